@@ -1,0 +1,72 @@
+#include "core/waveform.h"
+
+#include <cstring>
+
+#include "core/boundary.h"
+#include "core/handle_table.h"
+#include "core/numeric.h"
+#include "core/status.h"
+#include "primitives/vec.h"
+
+namespace vomo {
+namespace {
+
+// The samples lie behind the record on the next 32-byte boundary of the block.
+constexpr uint64_t kRecordBytes = (sizeof(VomoWaveform) + 31) / 32 * 32;
+
+Block MakeWaveform(uint32_t sample_count, double sample_interval_s, const float *source) {
+  const uint64_t sample_bytes = uint64_t{sample_count} * sizeof(float);
+  Block block = Block::Allocate(kRecordBytes + sample_bytes, 1);
+  auto *samples = reinterpret_cast<float *>(static_cast<char *>(block.memory()) + kRecordBytes);
+  *static_cast<VomoWaveform *>(block.memory()) = {sample_count, sample_interval_s, samples, 0, 0};
+  if (source != nullptr) {
+    std::memcpy(samples, source, sample_bytes);
+  } else {
+    std::memset(samples, 0, sample_bytes);
+  }
+  return block;
+}
+
+}  // namespace
+}  // namespace vomo
+
+using namespace vomo;
+
+extern "C" VomoStatus Vomo_Get_Waveform(uint32_t ulNumSamples, const float *pfSource,
+                                        double dSampleInterval, VomoWaveform **ppsWaveform,
+                                        VomoHandle *phWaveform) noexcept {
+  if (ppsWaveform == nullptr || phWaveform == nullptr) return Vomo_STATUS_PARAM_NOT_VALID;
+  return Guarded([&] {
+    Block block = MakeWaveform(ulNumSamples, dSampleInterval, pfSource);
+    *ppsWaveform = static_cast<VomoWaveform *>(block.memory());
+    *phWaveform = block.Release();
+    return Vomo_STATUS_SUCCESS;
+  });
+}
+
+extern "C" VomoStatus Vomo_CREATE_TIME_DATA(uint32_t ulNumSamples, double dSampleInterval,
+                                            double **ppdTime, VomoHandle *phTime) noexcept {
+  if (ppdTime == nullptr || phTime == nullptr) return Vomo_STATUS_PARAM_NOT_VALID;
+  if (ulNumSamples == 0) return Vomo_STATUS_PARAM_OUT_OF_RANGE;
+  return Guarded([&] {
+    auto times = BlockOf<double>::Allocate(ulNumSamples);
+    const int32_t ramp = VecRamp_64f(times.get(), static_cast<int32_t>(ulNumSamples), 0.0f,
+                                     static_cast<float>(dSampleInterval));
+    if (ramp != 0) return PrimitiveFailure(ramp, Vomo_STATUS_COMPUTATION_ERROR);
+    times.Deliver(ppdTime, phTime);
+    return Vomo_STATUS_SUCCESS;
+  });
+}
+
+extern "C" VomoStatus Vomo_ESTIMATE_NUMBER_UI(const VomoWaveform *psWaveform, uint32_t ulBeginIndex,
+                                              uint32_t ulEndIndex, double dUnitInterval,
+                                              uint32_t *pulNumberUI) noexcept {
+  if (!HasSamples(psWaveform) || pulNumberUI == nullptr) return Vomo_STATUS_PARAM_NOT_VALID;
+  if (!(psWaveform->dSampleInterval > 0) || !(dUnitInterval > 0) ||
+      ulEndIndex >= psWaveform->ulNumSamples || ulBeginIndex >= ulEndIndex) {
+    return Vomo_STATUS_PARAM_OUT_OF_RANGE;
+  }
+  const double samples = RangeCount(ulBeginIndex, ulEndIndex);
+  *pulNumberUI = VomoToU32(samples * psWaveform->dSampleInterval / dUnitInterval + 0.5);
+  return Vomo_STATUS_SUCCESS;
+}
