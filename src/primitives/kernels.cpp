@@ -169,7 +169,7 @@ void Magnitude(const T *src, T *dst, int64_t count) {
 inline double Log10OfPositive(double x) {
   constexpr uint64_t kSqrtHalf = 0x3FE6A09E667F3BCDu;  // the bits of sqrt(1/2)
   constexpr uint64_t kExponent = 0x7FF0000000000000u;
-  constexpr uint64_t kBias = 1024;          // keeps the shifted number positive
+  constexpr uint64_t kBias = 1024;                  // keeps the shifted number positive
   constexpr uint64_t kTwo52 = 0x4330000000000000u;  // 2^52, whose lowest bits count units
   constexpr double kLog10Of2 = 0.301029995663981195213738894724493;
   constexpr double kTwoOverLn10 = 0.868588963806503655302257837833210;
@@ -177,8 +177,8 @@ inline double Log10OfPositive(double x) {
   const uint64_t biased = (offset + (kBias << 52)) >> 52;
   const double e = __builtin_bit_cast(double, kTwo52 + biased) -
                    (__builtin_bit_cast(double, kTwo52) + static_cast<double>(kBias));
-  const double m =
-      __builtin_bit_cast(double, __builtin_bit_cast(uint64_t, x) - (offset & (kExponent | (1ull << 63))));
+  const double m = __builtin_bit_cast(
+      double, __builtin_bit_cast(uint64_t, x) - (offset & (kExponent | (1ull << 63))));
   const double s = (m - 1.0) / (m + 1.0);
   const double z = s * s;
   double series = 1.0 / 15;
@@ -443,53 +443,53 @@ void FindBandMasks(const float *samples, uint32_t count, float threshold, uint64
 
 namespace VOMO_JOIN(kernels_, VOMO_KERNEL_LEVEL) {
 
-const Kernels kTable = {
-    .set_32f = Set<float>,
-    .set_64f = Set<double>,
-    .widen = Widen,
-    .narrow = Narrow,
-    .to_complex_32f = ToComplex<float>,
-    .to_complex_64f = ToComplex<double>,
-    .ramp = Ramp,
+  const Kernels kTable = {
+      .set_32f = Set<float>,
+      .set_64f = Set<double>,
+      .widen = Widen,
+      .narrow = Narrow,
+      .to_complex_32f = ToComplex<float>,
+      .to_complex_64f = ToComplex<double>,
+      .ramp = Ramp,
 
-    .add_32f = Combine<float, Sum>,
-    .add_64f = Combine<double, Sum>,
-    .subtract_32f = Combine<float, SecondMinusFirst>,
-    .subtract_64f = Combine<double, SecondMinusFirst>,
-    .multiply_64f = Combine<double, Product>,
-    .multiply_32fc = CombineComplex<float, ComplexProduct>,
-    .multiply_64fc = CombineComplex<double, ComplexProduct>,
-    .divide_64fc = CombineComplex<double, ComplexQuotient>,
+      .add_32f = Combine<float, Sum>,
+      .add_64f = Combine<double, Sum>,
+      .subtract_32f = Combine<float, SecondMinusFirst>,
+      .subtract_64f = Combine<double, SecondMinusFirst>,
+      .multiply_64f = Combine<double, Product>,
+      .multiply_32fc = CombineComplex<float, ComplexProduct>,
+      .multiply_64fc = CombineComplex<double, ComplexProduct>,
+      .divide_64fc = CombineComplex<double, ComplexQuotient>,
 
-    .scale_32f = CombineConstant<float, Product>,
-    .scale_64f = CombineConstant<double, Product>,
-    .add_const_32f = CombineConstant<float, Sum>,
-    .add_const_64f = CombineConstant<double, Sum>,
-    .const_minus_64f = CombineConstant<double, SecondMinusFirst>,
-    .scale_32fc = CombineComplexConstant<float, ComplexProduct>,
-    .scale_64fc = CombineComplexConstant<double, ComplexProduct>,
-    .divide_const_32fc = CombineComplexConstant<float, ComplexQuotient>,
-    .divide_const_64fc = CombineComplexConstant<double, ComplexQuotient>,
-    .add_const_64fc = CombineComplexConstant<double, ComplexSum>,
+      .scale_32f = CombineConstant<float, Product>,
+      .scale_64f = CombineConstant<double, Product>,
+      .add_const_32f = CombineConstant<float, Sum>,
+      .add_const_64f = CombineConstant<double, Sum>,
+      .const_minus_64f = CombineConstant<double, SecondMinusFirst>,
+      .scale_32fc = CombineComplexConstant<float, ComplexProduct>,
+      .scale_64fc = CombineComplexConstant<double, ComplexProduct>,
+      .divide_const_32fc = CombineComplexConstant<float, ComplexQuotient>,
+      .divide_const_64fc = CombineComplexConstant<double, ComplexQuotient>,
+      .add_const_64fc = CombineComplexConstant<double, ComplexSum>,
 
-    .magnitude_32fc = Magnitude<float>,
-    .magnitude_64fc = Magnitude<double>,
-    .log10_32f = Log10,
-    .first_not_positive_32f = FirstNotPositive<float>,
-    .first_not_positive_64f = FirstNotPositive<double>,
+      .magnitude_32fc = Magnitude<float>,
+      .magnitude_64fc = Magnitude<double>,
+      .log10_32f = Log10,
+      .first_not_positive_32f = FirstNotPositive<float>,
+      .first_not_positive_64f = FirstNotPositive<double>,
 
-    .sum_32f = SumOf<float>,
-    .sum_64f = SumOf<double>,
-    .squared_deviations_32f = SquaredDeviations<float>,
-    .squared_deviations_64f = SquaredDeviations<double>,
-    .sum_16s = IntegerSum<int16_t, int32_t, 65536>,
-    .sum_32s = IntegerSum<int32_t, int64_t, INT64_MAX>,
-    .max_16s = Largest,
-    .extremes_32f = FindExtremes<float>,
-    .extremes_64f = FindExtremes<double>,
+      .sum_32f = SumOf<float>,
+      .sum_64f = SumOf<double>,
+      .squared_deviations_32f = SquaredDeviations<float>,
+      .squared_deviations_64f = SquaredDeviations<double>,
+      .sum_16s = IntegerSum<int16_t, int32_t, 65536>,
+      .sum_32s = IntegerSum<int32_t, int64_t, INT64_MAX>,
+      .max_16s = Largest,
+      .extremes_32f = FindExtremes<float>,
+      .extremes_64f = FindExtremes<double>,
 
-    .band_masks = FindBandMasks,
-};
+      .band_masks = FindBandMasks,
+  };
 
-}  // namespace VOMO_JOIN(kernels_, VOMO_KERNEL_LEVEL)
+}  // namespace )
 }  // namespace vomo

@@ -12,10 +12,20 @@
 namespace vomo {
 namespace {
 
-template <class... Pointers>
-int32_t CheckArguments(int32_t length, Pointers... pointers) {
+template <class T>
+bool IsNull(T *pointer) {
+  return pointer == nullptr;
+}
+template <class T>
+bool IsNull(T) {
+  return false;
+}
+
+// Length and pointers, the tests that come first; arguments of other kinds pass.
+template <class... Arguments>
+int32_t CheckArguments(int32_t length, Arguments... arguments) {
   if (length <= 0) return kSizeError;
-  if (((pointers == nullptr) || ...)) return kNullPtrError;
+  if ((IsNull(arguments) || ...)) return kNullPtrError;
   return kNoError;
 }
 
@@ -37,22 +47,12 @@ T ForKernel(T argument) {
   return argument;
 }
 
-template <class T>
-bool IsNull(T *pointer) {
-  return pointer == nullptr;
-}
-template <class T>
-bool IsNull(T) {
-  return false;
-}
-
 // Tests length and pointers, then runs the kernel of the level in use over the arguments.
 // scalars_per_element is 2 where a kernel for real arrays serves complex ones.
 template <class Kernel, class... Arguments>
 int32_t RunScalars(int scalars_per_element, Kernel Kernels::*kernel, int32_t length,
                    Arguments... arguments) {
-  if (length <= 0) return kSizeError;
-  if ((IsNull(arguments) || ...)) return kNullPtrError;
+  if (const int32_t status = CheckArguments(length, arguments...)) return status;
   (ActiveKernels().*kernel)(ForKernel(arguments)..., int64_t{length} * scalars_per_element);
   return kNoError;
 }
