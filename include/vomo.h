@@ -1,11 +1,50 @@
-/* Vomo: signal analysis for high-speed serial links. */
+/* Vomo: signal analysis for high-speed serial links.
+ *
+ * A capture goes in as uniformly sampled volts, numbers come out: edges, unit interval, time
+ * interval error, random, deterministic and total jitter, spectra, eyes and voltages. Each stage of
+ * that road is a function of its own here, and the compliance drivers string them together.
+ *
+ * Status words. Nearly every function returns a VomoStatus: 0 is success, a word that passes
+ * Vomo_STATUS_IS_ERROR is a failure, and anything else is a warning, which means that the outputs
+ * are there and may be used. After a failure the outputs are as they were before the call, unless
+ * the function says otherwise. Vomo_Status_Message turns a word into English. In the comments below
+ * a status word is named without its prefix: PARAM_NOT_VALID is Vomo_STATUS_PARAM_NOT_VALID. The
+ * workers whose names begin with Meas_, Modify_ or Find return 0 or 1 instead.
+ *
+ * Two rules hold everywhere and are not repeated: a NULL for a pointer that is not called optional
+ * gives PARAM_NOT_VALID (a worker returns 1), and memory that cannot be had gives
+ * MEMORY_ALLOCATION_FAILED, also when a single block would have to exceed 2^31 - 1 bytes. Bad
+ * arguments are never fatal: no call crashes on them or leaves memory behind.
+ *
+ * Ownership. What outlives a call lies in a block of one process-wide table of 1280 slots. Such a
+ * result always comes as a pair: a pointer for reading and a VomoHandle for giving the block back
+ * with Vomo_HANDLE_FREE. One handle covers the record and every array that hangs from it. The
+ * caller owns the block until it frees the handle or calls Vomo_Handle_Free_All; the library keeps
+ * no reference. A function that fails has freed what it took. Only the curves inside
+ * VomoComplianceResults differ: they belong to the library and live until the next successful run.
+ * Input arrays and records are only read, unless the function says that it works in place.
+ *
+ * Units. Times are seconds in double, counted from sample 0 of the waveform. Frequencies are hertz,
+ * samples and voltages are volts in float. An eye's horizontal axis is in unit intervals (UI), the
+ * nominal duration of one bit. Where an argument or a step is float, its rounding is part of the
+ * result. NaN and infinity in samples travel through the arithmetic like any value. Bounds called
+ * first and last, or begin and end, are both inclusive unless the function says otherwise.
+ *
+ * Names. Fields and arguments begin with their type: d double, f float, i signed and ul unsigned 32
+ * bits, s signed and us unsigned 16 bits, uc unsigned 8 bits, e an enumeration (held as uint32_t
+ * unless declared otherwise), s a record by value, p a pointer, h a handle, a an array.
+ *
+ * Threads. The library starts none and takes no lock: the handle table, the message text and the
+ * curves of the last run are shared by the whole process. Call it from one thread at a time. */
 #ifndef VOMO_H
 #define VOMO_H
 
 #include <stdint.h>
 
+/* Version of this header and of the library built from it: major.minor.patch. */
 #define VOMO_VERSION "0.1.0"
 
+/* Marks what leaves the shared library. */
 #if defined(_WIN32)
 #if defined(VOMO_BUILDING)
 #define VOMO_API __declspec(dllexport)
@@ -16,6 +55,7 @@
 #define VOMO_API __attribute__((visibility("default")))
 #endif
 
+/* No exception crosses this interface. */
 #ifdef __cplusplus
 #define VOMO_NOEXCEPT noexcept
 extern "C" {
@@ -23,490 +63,517 @@ extern "C" {
 #define VOMO_NOEXCEPT
 #endif
 
+/* ============================== Status words =============================================== */
+
+/* Bit 31 marks an error, bit 29 a word of this library, bits 16 to 28 hold the group (0 general, 2
+ * memory) and bits 0 to 15 the code. */
 typedef uint32_t VomoStatus;
+
+/* Done. */
+#define Vomo_STATUS_SUCCESS 0x00000000u
+/* Warning: more crossovers than there was room for; those found so far are delivered. */
+#define Vomo_STATUS_CROSSOVER_MEMORY_LIMIT 0x20000000u
+/* Warning: the capture held fewer bursts than asked for. Has no message text of its own. */
+#define Vomo_STATUS_LF_FEWER_BURSTS 0x20000001u
+/* The function is a placeholder. */
+#define Vomo_STATUS_NOT_IMPLEMENTED 0xA0000000u
+/* A file ended before it held any data. */
+#define Vomo_STATUS_UNEXPECTED_EOF 0xA0000001u
+/* A file cannot be opened or read, or is not of its format. */
+#define Vomo_STATUS_FILE_READ_ERROR 0xA0000002u
+/* The two files of a single-ended pair are sampled differently. */
+#define Vomo_STATUS_INCOMPATIBLE_SAMPLE_INTERVALS 0xA0000003u
+/* A file holds fewer waveforms than the call needs. */
+#define Vomo_STATUS_NOT_ENOUGH_WAVEFORMS 0xA0000004u
+/* An argument lies outside its range. */
+#define Vomo_STATUS_PARAM_OUT_OF_RANGE 0xA0000005u
+/* An argument is NULL or makes no sense with the others. */
+#define Vomo_STATUS_PARAM_NOT_VALID 0xA0000006u
+/* A transform of the asked length cannot be set up; the message says why. */
+#define Vomo_STATUS_FFT_DESCRIPTOR_ERROR 0xA0000007u
+/* A transform failed while running; the message says why. */
+#define Vomo_STATUS_FFT_COMPUTE_ERROR 0xA0000008u
+/* An array operation or a measurement failed; the message says why. */
+#define Vomo_STATUS_COMPUTATION_ERROR 0xA0000009u
+/* More crossover spacings outside the given widths than the limits allow. */
+#define Vomo_STATUS_INVALID_INTERVAL 0xA000000Au
+/* Fewer clock edges than the run asks for. */
+#define Vomo_STATUS_NOT_ENOUGH_UI 0xA000000Bu
+/* The pattern to be measured does not occur. */
+#define Vomo_STATUS_PATTERN_NOT_FOUND 0xA000000Cu
+/* The search for DFE taps failed. Has no message text of its own. */
+#define Vomo_STATUS_DFE_SEARCH_FAILED 0xA000000Fu
+/* No memory, or no free slot in the handle table. */
+#define Vomo_STATUS_MEMORY_ALLOCATION_FAILED 0xA0020000u
+/* The block of an eye stage's outputs cannot be had. */
+#define Vomo_STATUS_HANDLES_EXHAUSTED 0xA0020001u
+
+/* True for every error word, false for success and for warnings. */
+#define Vomo_STATUS_IS_ERROR(status) (((status)&0xA0000000u) == 0xA0000000u)
+
+/* Text of a status word, for every 32-bit value: a word without bit 29 is called invalid and a word
+ * that has no text unknown, both with its hexadecimal value.
+ * Some texts name the file or the reason of the latest failure that left one. That note is process
+ * wide and no success clears it, so it can be asked for later, and a word whose failing function
+ * left no note shows an older one.
+ * Returns a constant or a buffer that the next call overwrites; never NULL, not to be freed. */
+VOMO_API const char *Vomo_Status_Message(VomoStatus status) VOMO_NOEXCEPT;
+
+/* ============================== Memory and waveforms ======================================== */
+
+/* Number of a slot in the table of blocks: 1 to 1280, 0 for none. Serves only to free the block. */
 typedef uint32_t VomoHandle;
+
+/* Complex numbers: real part, imaginary part. */
 typedef struct VomoComplexDouble {
   double dRe, dIm;
 } VomoComplexDouble;
 typedef struct VomoComplexFloat {
   float fRe, fIm;
 } VomoComplexFloat;
-#define Vomo_STATUS_SUCCESS 0x00000000u
-#define Vomo_STATUS_CROSSOVER_MEMORY_LIMIT 0x20000000u
-#define Vomo_STATUS_LF_FEWER_BURSTS 0x20000001u
-#define Vomo_STATUS_NOT_IMPLEMENTED 0xA0000000u
-#define Vomo_STATUS_UNEXPECTED_EOF 0xA0000001u
-#define Vomo_STATUS_FILE_READ_ERROR 0xA0000002u
-#define Vomo_STATUS_INCOMPATIBLE_SAMPLE_INTERVALS 0xA0000003u
-#define Vomo_STATUS_NOT_ENOUGH_WAVEFORMS 0xA0000004u
-#define Vomo_STATUS_PARAM_OUT_OF_RANGE 0xA0000005u
-#define Vomo_STATUS_PARAM_NOT_VALID 0xA0000006u
-#define Vomo_STATUS_FFT_DESCRIPTOR_ERROR 0xA0000007u
-#define Vomo_STATUS_FFT_COMPUTE_ERROR 0xA0000008u
-#define Vomo_STATUS_COMPUTATION_ERROR 0xA0000009u
-#define Vomo_STATUS_INVALID_INTERVAL 0xA000000Au
-#define Vomo_STATUS_NOT_ENOUGH_UI 0xA000000Bu
-#define Vomo_STATUS_PATTERN_NOT_FOUND 0xA000000Cu
-#define Vomo_STATUS_DFE_SEARCH_FAILED 0xA000000Fu
-#define Vomo_STATUS_MEMORY_ALLOCATION_FAILED 0xA0020000u
-#define Vomo_STATUS_HANDLES_EXHAUSTED 0xA0020001u
-#define Vomo_STATUS_IS_ERROR(status) (((status)&0xA0000000u) == 0xA0000000u)
-/* Enumerators are plain constants; every enum field or argument is uint32_t. */
-enum {
-  Vomo_CROSSOVERS_ALL = 0,
-  Vomo_CROSSOVERS_RISING = 1,
-  Vomo_CROSSOVERS_FALLING = 2,
-  Vomo_CROSSOVERS_RISE_FALL = 3,
-  Vomo_CROSSOVER_2PART_RISING = 17,
-  Vomo_CROSSOVER_2PART_FALLING = 18,
-  Vomo_CROSSOVER_2PART_RISE_FALL = 19
-};
-enum {
-  CROSSOVER_RISE = 1,
-  CROSSOVER_FALL = 2,
-  CROSSOVER_DEEMPH = 4,
-  CROSSOVER_VIRTUAL = 8,
-  CROSSOVER_2PART = 16
-};
-enum { Vomo_INTERP_LINEAR, Vomo_INTERP_SINC, Vomo_INTERP_POLY, Vomo_INTERP_NONE };
-enum { PATCHK_OK, PATCHK_ZERO, PATCHK_RATIO, PATCHK_RATIO_ZERO };
-enum { Vomo_PHASE_ERROR_MEAN, Vomo_PHASE_ERROR_LEAST_SQUARES };
+
+/* A sampled signal. The record and its samples are one block behind one handle, the samples on a
+ * 32-byte boundary. Analysis sees the ulNumSamples visible samples only. Trimming hides samples
+ * without moving them: pfSamples moves on, ulNumSamples shrinks and the trim counts grow, so the
+ * first stored sample is pfSamples - ulTrimFront and the stored count is the sum of the three
+ * counts. A caller may build such a record over memory of its own, with both trim counts 0. */
 typedef struct VomoWaveform {
+  /* Visible samples. */
   uint32_t ulNumSamples;
+  /* Seconds between samples. Kept as given; the functions that need it above 0 test it. */
   double dSampleInterval;
+  /* First visible sample, volts. */
   float *pfSamples;
+  /* Stored samples hidden before the first and behind the last visible one. */
   uint32_t ulTrimFront, ulTrimBack;
 } VomoWaveform;
-typedef struct VomoSparamData {
-  uint32_t ulSArrayLength;
-  VomoComplexFloat (*pspSArray)[4][4];
-  double *pdSfreq;
-  double dFLowPass, dPercentToTrim;
-  int32_t iFlags;
-} VomoSparamData;
-typedef struct VomoCrossoverLimits {
-  double dMinWidth, dMaxWidth;
-  uint32_t ulMinLimit, ulMaxLimit;
-} VomoCrossoverLimits;
-typedef struct VomoTwoPartCrossover {
-  double dBegin, dEnd;
-  float fEnterThresh;
-  uint32_t ulRunLeft;
-  int8_t cLevel;
-} VomoTwoPartCrossover;
-typedef struct VomoPatDef {
-  uint32_t ulPatDefLength;
-  const double *pdPatDefCounts;
-} VomoPatDef;
-typedef struct VomoPatChkData {
-  uint32_t ulPatChkCount, ulPatDefCount;
-  double dPatRatioMax;
-  const VomoPatDef *psPatDefArray;
-  double dEdgeDensity;
-  uint32_t ePatChkResult;
-} VomoPatChkData;
-typedef struct VomoCrossoverData {
-  uint32_t ulCount;
-  double *pdTimes;
-  uint8_t *pucFlags;
-  VomoTwoPartCrossover *psTwoPartArray;
-  uint32_t ulTwoPartCount;
-  VomoPatChkData *psPatChkData;
-} VomoCrossoverData;
-typedef struct VomoGen3CheckData {
-  uint8_t ucEnable, ucFirstValue, ucSecondValue, ucBlockCount;
-  uint8_t *pucBlocks;
-  VomoHandle hBlocks;
-} VomoGen3CheckData;
-typedef struct VomoJitterPdfRecord {
-  double dFirstBinValue, dReserved1, dPDFBinSize;
-  uint32_t ulBinCount;
-  double *pdPDF;
-  uint64_t ulReserved2;
-} VomoJitterPdfRecord;
-typedef struct VomoJitterQRecord {
-  double dFirstBinValue, dReserved1, dPDFBinSize;
-  uint32_t ulFitCount;
-  uint8_t aucReserved2[20];
-  double dLeftLineX0, dLeftLineX1, dRightLineX0, dRightLineX1, dLeftLineY0, dLeftLineY1,
-      dRightLineY0, dRightLineY1;
-  double *pdQFromRight, *pdQFromLeft;
-  uint8_t aucReserved3[8];
-} VomoJitterQRecord;
-typedef struct VomoNoiseFloorAlgParams {
-  float fNumStandardDeviations, fMultFromMedianToIgnore;
-  double dNoiseFloorCutoff1, dNoiseFloorCutoff2, dNoiseFreqRange1, dNoiseFreqRange2,
-      dNoiseFreqRange3;
-} VomoNoiseFloorAlgParams;
-typedef struct VomoSSCSquelchParams {
-  double dSSC_min_freq, dSSC_max_freq, dSSC_min_fund_mag, dSSC_fund_squelch_range,
-      dSSC_squelch_range, dSSC_look_range;
-  int32_t iSSC_max_harmonic;
-} VomoSSCSquelchParams;
-typedef struct VomoComplianceParams VomoComplianceParams;
-typedef struct VomoComplianceResults VomoComplianceResults;
-enum {
-  BRICK_WALL,
-  FIRST_ORDER,
-  SECOND_ORDER,
-  THIRD_ORDER,
-  FOURTH_ORDER,
-  FIFTH_ORDER,
-  SIXTH_ORDER,
-  SEVENTH_ORDER
-};
-enum { OPT_EYE_WIDTH, OPT_EYE_HEIGHT, OPT_EYE_AREA, OPT_EYE_RATIO };
-enum { Vomo_FIND_MIN, Vomo_FIND_MAX, Vomo_FIND_AVG };
-enum { Vomo_CENTER_MIN, Vomo_RANGE_MAX };
-typedef struct VomoFilterParams {
-  double dFc, dZ, dFp, dDel;
-} VomoFilterParams;
-typedef struct VomoCTLEParams {
-  float fAdc, fFz, fFp1, fFp2;
-} VomoCTLEParams;
-typedef struct VomoDFEParams {
-  double dUnitInterval;
-  float afTapMin[16], afTapMax[16], afDFETapValues[16], afTemplateTapValues[16];
-  int32_t iDFETapCount, iDFEComputeTaps, iDFENumStepsUsed;
-  float fStepSize;
-  int32_t iPtsAboveThresh, iUICount, iRunLength, iStepCnt;
-  uint32_t eOptValue, eHeightType;
-} VomoDFEParams;
-typedef struct VomoTemplate {
-  uint32_t ulArrayLength;
-  double *adXArray;
-  float *afYArray;
-  uint32_t *aulIntervalIdxArray;
-  double dXMargin;
-  float fYMargin;
-} VomoTemplate;
-typedef struct VomoPassFailInfo {
-  float fEyeYMin, fEyeYMax;
-  double dEyeXMin, dEyeXMax;
-  double adSlopes[24];
-} VomoPassFailInfo;
-typedef struct VomoTemplateMargins {
-  uint16_t usCollectMargins;
-  double dMarginBinWidth;
-  float afUpperMargin[100], afLowerMargin[100];
-  uint32_t ulHighMarginCount;
-  float fHighMargin;
-  uint32_t ulHighMarginInterval;
-  uint32_t ulLowMarginCount;
-  float fLowMargin;
-  uint32_t ulLowMarginInterval;
-  double dMarginX;
-  float fHighLevel, fLowLevel;
-} VomoTemplateMargins;
-typedef struct VomoHistogramData { /* each ulHistogramBins doubles, in the stage's block */
-  double *pdFirst, *pdSecond, *pdThird;
-} VomoHistogramData;
-typedef struct VomoJitterSpectrumRecord {
-  uint32_t ulBinCount;
-  double dBinSpacing;
-  double *pdRawMagnitude, *pdFilteredMagnitude;
-  uint32_t ulDiffBinCount;
-  double dDiffBinSpacing;
-  double *pdDiffMagnitude;
-} VomoJitterSpectrumRecord;
-typedef struct VomoPatternDDjResult {
-  float fPeakPeak;
-  uint32_t ulRepeats;
-} VomoPatternDDjResult;
-typedef struct VomoGen3BaseCompParameters {
-  uint32_t ulEIEOSFirst, ulEIEOSLast, ulPS21ShortRun, ulPS21ShortRunMax, ulPS21ShortFirst,
-      ulPS21ShortLast, ulPS21LongRun, ulPS21LongFirst, ulPS21LongLast, ulTargetRunMax,
-      ulTargetRunLength, ulTargetFirst, ulTargetLast;
-  double dTargetFraction;
-} VomoGen3BaseCompParameters;
-typedef struct VomoGen3Results {
-  uint32_t ulPatternRepeats, ulPatternLengthUI, ulPatternRuns;
-  float fFOver2Dj;
-  float fEIEOSVoltage1, fEIEOSVoltage2;
-  uint32_t ulEIEOSFound;
-  float fPS21Ratio;
-  uint32_t ulPS21Found;
-  float fTargetVoltage1, fTargetVoltage2, fTargetVoltage3;
-  uint8_t ucTargetFound;
-  VomoPatternDDjResult *psPatternDDj;
-  double dTj, dDj, dRj;
-  VomoCrossoverData *psClock;
-  int16_t *psRunLengths;
-  uint32_t ulRunLengthCount;
-} VomoGen3Results;
-struct VomoComplianceParams {
-  double dTargetUI, dSettlingTime;
-  uint32_t eInterpMethod, eFilterOrder;
-  VomoFilterParams sFilterParams;
-  int32_t iSSCSquelch;
-  const VomoSSCSquelchParams *psSSCSquelchParams;
-  VomoNoiseFloorAlgParams sNoiseFloorAlgParams;
-  double dBrickFloor;
-  VomoCrossoverLimits sCrossoverLimits;
-  uint32_t eCrossoverTypes;
-  VomoPatChkData *psPatChkData;
-  int32_t iCTLEFilterParamsCount;
-  const VomoCTLEParams *psCTLEFilterParams;
-  int32_t iCTLEUICount;
-  uint32_t eCTLEOpt;
-  float fCTLEBeginSampleWindow, fCTLEEndSampleWindow;
-  int32_t iAllowNoCTLE, iCombineCTLE_DFE_Optimize;
-  VomoDFEParams *psDFEFilterParams;
-  uint32_t ulMinUIForOfficialTest, ePhaseErrorIntervalType, eVoltageMarginType;
-  float fVoltageHistBinSize;
-  int32_t iVoltageHistTrimCount;
-  double dVoltageHistTrimFactor;
-  float fTransitionHighVoltageRail, fTransitionLowVoltageRail;
-  VomoTemplate sNonTransTemplate;
-  VomoPassFailInfo sNonTransPassFailInfo;
-  float fNonTransitionHighVoltageRail, NonTransitionLowVoltageRail;
-  VomoTemplate sTransTemplate;
-  VomoPassFailInfo sTransPassFailInfo;
-  double dEyePlotWrapLeftValue, dEyePlotWrapRightValue;
-  uint32_t ulEyeDiagramOffset;
-  double dPeakPeakJitterLimit, dTjPeakPeakJitterLimit, dDjDeltaDeltaJitterLimit,
-      dRjRMSMaxJitterLimit, dPointsToTrimPercent, dPDFBinSize, dTargetBERQVal, dRjRMSInput;
-  uint32_t ulRemoveBinsNumPoints, ulNumPointsToUseInCdfFit, ulHistogramBinSizeUI;
-  uint16_t usIndividualPointInfo, usGetJitterHistogramData, usDerateDeemphasisJitter;
-  const VomoGen3BaseCompParameters *psGen3BaseCompParameters;
-  const VomoSparamData *psSparamData;
-  const char *pcParameterDumpFile;
-};
-struct VomoComplianceResults {
-  double dFirstCrossoverTime, dTIEPeakPeak, dPeakPeakJitter;
-  uint32_t ulMaxJitterIndex, ulMinJitterIndex, ulFirstValidIndex, ulLastValidIndex, ulFirstIndex,
-      ulLastIndex;
-  double dTjPeakPeak, dDualDiracLeft, dDualDiracRight, dDjDeltaDelta, dMinCrossoverInterval, dRjRMS,
-      dRjStdDev, dUnitInterval;
-  uint32_t ulPointsUsed, ulDataIntervalCount;
-  int32_t iPLLFilterIndex, iClockDataOffsetUI, iCTLEIndexUsed, iDFEApplied;
-  double dEdgeDensity;
-  uint32_t ePatChkResult;
-  uint32_t ulTransRailViolations;
-  float fTransMinVoltage;
-  uint32_t ulTransMinIndex;
-  float fTransMaxVoltage;
-  uint32_t ulTransMaxIndex;
-  uint32_t ulNonTransRailViolations;
-  float fNonTransMinVoltage;
-  uint32_t ulNonTransMinIndex;
-  float fNonTransMaxVoltage;
-  uint32_t ulNonTransMaxIndex;
-  VomoTemplateMargins sTransMargins, sNonTransMargins;
-  VomoJitterPdfRecord sJitterPdf;
-  VomoJitterQRecord sJitterQ;
-  VomoJitterSpectrumRecord sJitterSpectrum;
-  VomoGen3CheckData sGen3CheckData;
-  VomoGen3Results *psGen3Results;
-};
-typedef struct VomoDualPortParams {
-  double dClockTargetUI, dClockSettlingTime;
-  int32_t iClockFilterEnable, iUseClockCrossovers;
-  uint32_t eClockCrossoverTypes, ulClockDataOffsetUI;
-  int32_t iPLLFilterCount;
-  const VomoFilterParams *psPLLFilterParams;
-} VomoDualPortParams;
-typedef struct VomoDualPortClockResults {
-  double dMinCrossoverInterval;
-  uint32_t ulIntervalCount;
-  double dUnitInterval;
-} VomoDualPortClockResults;
-typedef struct VomoPreset {
-  double dVb, dPreshootDB, dDeemphasisDB;
-  uint32_t ulState;
-  VomoGen3CheckData sGen3CheckBuf;
-  VomoHandle ulClockHandle;
-  double dPreshootMax, dPreshootMin, dDeemphasisMax, dDeemphasisMin;
-  uint32_t ulDeemphasisRef, ulPreshootRef;
-} VomoPreset;
-typedef struct VomoLFTestParams {
-  int32_t eLFTestType, iBurstCount, iBurstsFound, iFirstEdgeRising, iPolaritySampleOffset,
-      iEdgeSearchSamples, iUseTransmitRatio, iMinPeriods, iAveragePeriods, eBurstPolarity;
-  uint32_t ulFilterCount;
-  uint32_t aulBurstBounds[10];
-  float fBurstThreshold, fTrimStart, fTrimEnd, fLowLevelFraction, fHighLevelFraction;
-  double dMeanPeriod, dIdleTime, dUnitInterval;
-} VomoLFTestParams;
-typedef struct VomoLFTestResults {
-  double dRiseTimeMax, dFallTimeMax, dPeriodMin, dPeriodMax, dVoltagePPMin, dVoltagePPMax,
-      dAmplitudeMin, dAmplitudeMax, dBurstTimeMin, dBurstTimeMax, dRepeatTimeMin, dRepeatTimeMax,
-      dDutyCycleMin, dDutyCycleMax, dCommonModeMax, dBitDurationMin, dBitDurationMax,
-      dTransmitRatioMin, dTransmitRatioMax, dMinorDurationMin, dMinorDurationMax, dDiffDCMin,
-      dDiffDCMax, dPrepareTimeMin, dPrepareTimeMax;
-} VomoLFTestResults;
 
-/* ==== Status words and memory ==== */
-
-VOMO_API const char *Vomo_Status_Message(VomoStatus status) VOMO_NOEXCEPT;
-
+/* Allocates a block on a 32-byte boundary, not cleared, and stores its address in *ppMemory.
+ * iSizeInBytes: 1 to 2^31 - 1.
+ * Returns the lowest free handle, or 0 (this is no status word): for a size below 1 or without
+ * memory *ppMemory becomes NULL; with the table full it receives the address of a block that is
+ * already freed, so judge by the handle and never by the pointer. ppMemory NULL allocates
+ * nothing. */
 VOMO_API VomoHandle Vomo_Handle_and_Memory_Allocate(int32_t iSizeInBytes,
                                                     void **ppMemory) VOMO_NOEXCEPT;
 
+/* Gives a block back. Success for handle 0 and for a slot that is already empty, so cleaning up and
+ * freeing twice are harmless; PARAM_OUT_OF_RANGE above 1280. */
 VOMO_API VomoStatus Vomo_HANDLE_FREE(VomoHandle hHandle) VOMO_NOEXCEPT;
 
+/* Frees every block of the table, in rising order. Every pointer that the library has handed out is
+ * dead afterwards, the curves inside VomoComplianceResults too. Runs by itself when the library is
+ * unloaded. Always success. */
 VOMO_API VomoStatus Vomo_Handle_Free_All(void) VOMO_NOEXCEPT;
 
+/* Empties the table without freeing anything: live blocks stay allocated, readable and out of
+ * reach. Runs by itself when the library is loaded; an application has no need of it. Always
+ * success. */
 VOMO_API VomoStatus Vomo_Handles_Initialize(void) VOMO_NOEXCEPT;
 
+/* Makes a waveform record with its samples.
+ * ulNumSamples: 0 to 536870903; 0 gives a valid record without samples.
+ * pfSource: that many volts to copy, or NULL for all zeros.
+ * dSampleInterval: seconds, stored unchecked.
+ * ppsWaveform, phWaveform: the record and its handle; the caller frees it. */
 VOMO_API VomoStatus Vomo_Get_Waveform(uint32_t ulNumSamples, const float *pfSource,
                                       double dSampleInterval, VomoWaveform **ppsWaveform,
                                       VomoHandle *phWaveform) VOMO_NOEXCEPT;
 
+/* Makes the time axis of a waveform: ulNumSamples doubles, element i being i times dSampleInterval
+ * narrowed to float. The elements are doubles, the step has float precision, and that is meant.
+ * ppdTime, phTime: the array and its handle; the caller frees it.
+ * PARAM_OUT_OF_RANGE for 0 samples. */
 VOMO_API VomoStatus Vomo_CREATE_TIME_DATA(uint32_t ulNumSamples, double dSampleInterval,
                                           double **ppdTime, VomoHandle *phTime) VOMO_NOEXCEPT;
 
+/* Unit intervals spanned by the samples ulBeginIndex to ulEndIndex, rounded to the nearest whole
+ * number. It is the number of samples that counts and not of the gaps between them: 10 samples at a
+ * tenth of a UI are 1 UI.
+ * PARAM_NOT_VALID for a waveform without samples; PARAM_OUT_OF_RANGE for a sample or unit interval
+ * not above 0, ulEndIndex outside the waveform, or ulBeginIndex not below ulEndIndex. */
 VOMO_API VomoStatus Vomo_ESTIMATE_NUMBER_UI(const VomoWaveform *psWaveform, uint32_t ulBeginIndex,
                                             uint32_t ulEndIndex, double dUnitInterval,
                                             uint32_t *pulNumberUI) VOMO_NOEXCEPT;
 
-/* ==== Arrays ==== */
+/* ============================== Arrays ====================================================== */
 
+/* All work on the elements ulBegin to ulEnd of their sources. The members that make an array
+ * deliver ulEnd - ulBegin + 1 elements, the first belonging to source element ulBegin, as pointer
+ * *ppOut and handle *phOut that the caller frees. They and the two in-place products refuse a NULL
+ * source and ulBegin not below ulEnd, hence also a range of one element, with PARAM_NOT_VALID. */
+
+/* Running sum in double: element k is the sum of source elements ulBegin to ulBegin + k. */
 VOMO_API VomoStatus VomoACCUMULATE_ARRAY(const double *pdSource, uint32_t ulBegin, uint32_t ulEnd,
                                          double **ppOut, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* a + b, element by element. */
 VOMO_API VomoStatus VomoADD_COMPLEX_DOUBLE_ARRAY(const VomoComplexDouble *pA,
                                                  const VomoComplexDouble *pB, uint32_t ulBegin,
                                                  uint32_t ulEnd, VomoComplexDouble **ppOut,
                                                  VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* a + b, element by element. */
 VOMO_API VomoStatus VomoADD_COMPLEX_FLOAT_ARRAY(const VomoComplexFloat *pA,
                                                 const VomoComplexFloat *pB, uint32_t ulBegin,
                                                 uint32_t ulEnd, VomoComplexFloat **ppOut,
                                                 VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* a - b, element by element. The two complex members below subtract the other way round. */
 VOMO_API VomoStatus VomoSUBTRACT_ARRAYS(const double *pA, const double *pB, uint32_t ulBegin,
                                         uint32_t ulEnd, double **ppOut,
                                         VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* b - a, element by element: the second source less the first. */
 VOMO_API VomoStatus VomoSUBTRACT_COMPLEX_DOUBLE_ARRAY(const VomoComplexDouble *pA,
                                                       const VomoComplexDouble *pB, uint32_t ulBegin,
                                                       uint32_t ulEnd, VomoComplexDouble **ppOut,
                                                       VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* b - a, element by element: the second source less the first. */
 VOMO_API VomoStatus VomoSUBTRACT_COMPLEX_FLOAT_ARRAY(const VomoComplexFloat *pA,
                                                      const VomoComplexFloat *pB, uint32_t ulBegin,
                                                      uint32_t ulEnd, VomoComplexFloat **ppOut,
                                                      VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Complex product a * b, element by element. */
 VOMO_API VomoStatus VomoMULTIPLY_COMPLEX_DOUBLE_ARRAY(const VomoComplexDouble *pA,
                                                       const VomoComplexDouble *pB, uint32_t ulBegin,
                                                       uint32_t ulEnd, VomoComplexDouble **ppOut,
                                                       VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Complex product a * b, element by element. */
 VOMO_API VomoStatus VomoMULTIPLY_COMPLEX_FLOAT_ARRAY(const VomoComplexFloat *pA,
                                                      const VomoComplexFloat *pB, uint32_t ulBegin,
                                                      uint32_t ulEnd, VomoComplexFloat **ppOut,
                                                      VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Base-10 logarithms: minus infinity for 0 and NaN for a negative element, both with success. */
 VOMO_API VomoStatus VomoLOG10_DOUBLE_ARRAY(const double *pdSource, uint32_t ulBegin, uint32_t ulEnd,
                                            double **ppOut, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Base-10 logarithms, stricter than the double member: an element of 0 or below is a
+ * COMPUTATION_ERROR and nothing is delivered. */
 VOMO_API VomoStatus VomoLOG10_FLOAT_ARRAY(const float *pfSource, uint32_t ulBegin, uint32_t ulEnd,
                                           float **ppOut, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* pA[k] = pA[k] * pB[k] for k from ulBegin to ulEnd, in place; the indices are those of both
+ * arrays. */
 VOMO_API VomoStatus VomoMULTIPLY_COMPLEX_DOUBLE_ARRAY_INPLACE(VomoComplexDouble *pA,
                                                               const VomoComplexDouble *pB,
                                                               uint32_t ulBegin,
                                                               uint32_t ulEnd) VOMO_NOEXCEPT;
 
+/* The same in float. */
 VOMO_API VomoStatus VomoMULTIPLY_COMPLEX_FLOAT_ARRAY_INPLACE(VomoComplexFloat *pA,
                                                              const VomoComplexFloat *pB,
                                                              uint32_t ulBegin,
                                                              uint32_t ulEnd) VOMO_NOEXCEPT;
 
+/* Arithmetic mean. A range of one element is allowed.
+ * PARAM_OUT_OF_RANGE for a NULL source or ulBegin above ulEnd. */
 VOMO_API VomoStatus VomoFIND_MEAN_DOUBLE(const double *pdSource, uint32_t ulBegin, uint32_t ulEnd,
                                          double *pdMean) VOMO_NOEXCEPT;
 
+/* The same for floats: summed in double, narrowed at the end. */
 VOMO_API VomoStatus VomoFIND_MEAN_FLOAT(const float *pfSource, uint32_t ulBegin, uint32_t ulEnd,
                                         float *pfMean) VOMO_NOEXCEPT;
 
+/* Least and greatest element and the index of the first occurrence of each. The indices count from
+ * ulBegin and not from the start of the array. Each output may be NULL and is then left out. A NaN
+ * is passed over unless it is the first element, where it stays the answer.
+ * PARAM_OUT_OF_RANGE for a NULL source or ulBegin above ulEnd. */
 VOMO_API VomoStatus VomoFIND_MIN_MAX_DOUBLE(const double *pdSource, uint32_t ulBegin,
                                             uint32_t ulEnd, double *pdMin, uint32_t *pulMinIndex,
                                             double *pdMax, uint32_t *pulMaxIndex) VOMO_NOEXCEPT;
 
+/* The same for floats. */
 VOMO_API VomoStatus VomoFIND_MIN_MAX_FLOAT(const float *pfSource, uint32_t ulBegin, uint32_t ulEnd,
                                            float *pfMin, uint32_t *pulMinIndex, float *pfMax,
                                            uint32_t *pulMaxIndex) VOMO_NOEXCEPT;
 
+/* Sample standard deviation, the sum of squares divided by the count less 1.
+ * PARAM_NOT_VALID for a NULL pointer or ulBegin not below ulEnd. */
 VOMO_API VomoStatus VomoFIND_STD_DEV_DOUBLE(const double *pdSource, uint32_t ulBegin,
                                             uint32_t ulEnd, double *pdStdDev) VOMO_NOEXCEPT;
 
+/* The same for floats, with another answer to bad input: COMPUTATION_ERROR with a reason for a NULL
+ * source and for fewer than two elements. */
 VOMO_API VomoStatus VomoFIND_STD_DEV_FLOAT(const float *pfSource, uint32_t ulBegin, uint32_t ulEnd,
                                            float *pfStdDev) VOMO_NOEXCEPT;
 
+/* Median: the middle element, or for an even count the mean of the two middle ones. The source
+ * keeps its order. With a NaN in the range the result is one of its values or their mean, no
+ * particular one.
+ * ulBegin one above ulEnd is a count of 0: success, and the result is that of the last call of this
+ * function that had an even count (0 before any). ulBegin further above: PARAM_OUT_OF_RANGE. */
 VOMO_API VomoStatus Vomo_MEDIAN_DOUBLE(const double *pdSource, uint32_t ulBegin, uint32_t ulEnd,
                                        double *pdMedian) VOMO_NOEXCEPT;
 
+/* The same for floats; the mean of two is formed in float. */
 VOMO_API VomoStatus Vomo_MEDIAN_FLOAT(const float *pfSource, uint32_t ulBegin, uint32_t ulEnd,
                                       float *pfMedian) VOMO_NOEXCEPT;
 
+/* Magnitudes of ulCount complex numbers, as an array that the caller frees through *phOut.
+ * PARAM_OUT_OF_RANGE for a count of 0. */
 VOMO_API VomoStatus VomoGET_MAGNITUDE(const VomoComplexDouble *pComplexSource, uint32_t ulCount,
                                       double **ppdOut, VomoHandle *phOut) VOMO_NOEXCEPT;
 
-/* ==== Transforms ==== */
+/* ============================== Transforms ================================================== */
 
+/* Fourier transforms of any length n from 1, on the elements ulMin to ulMax of the source; ulMin
+ * above ulMax means the single element ulMax. The forward kernel is exp(-2 pi i k m / n), the
+ * inverse has the plus sign. Results come as *ppOut and *phOut, freed by the caller.
+ * A step that is not above 0, NaN included, gives PARAM_OUT_OF_RANGE; a length that cannot be set
+ * up FFT_DESCRIPTOR_ERROR and a transform that fails FFT_COMPUTE_ERROR, each with a reason. */
+
+/* Complex to complex, n elements in and out, unscaled in both directions: forward and inverse
+ * together multiply by n. dStep is a rate (samples a second) and not an interval: the forward
+ * functions deliver *pdStep = dStep / n and the inverse ones n / dStep.
+ * Mind the arguments: pdStep stands before ppOut in VomoFFT_COMPLEX_FLOAT alone. */
 VOMO_API VomoStatus VomoFFT_COMPLEX_DOUBLE(const VomoComplexDouble *pSource, uint32_t ulMin,
                                            uint32_t ulMax, double dStep, VomoComplexDouble **ppOut,
                                            double *pdStep, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* As VomoFFT_COMPLEX_DOUBLE, in float and with pdStep before ppOut. */
 VOMO_API VomoStatus VomoFFT_COMPLEX_FLOAT(const VomoComplexFloat *pSource, uint32_t ulMin,
                                           uint32_t ulMax, double dStep, double *pdStep,
                                           VomoComplexFloat **ppOut,
                                           VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Inverse of VomoFFT_COMPLEX_DOUBLE times n. */
 VOMO_API VomoStatus VomoIFFT_COMPLEX_DOUBLE(const VomoComplexDouble *pSource, uint32_t ulMin,
                                             uint32_t ulMax, double dStep, VomoComplexDouble **ppOut,
                                             double *pdStep, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Inverse of VomoFFT_COMPLEX_FLOAT times n, with ppOut before pdStep again. */
 VOMO_API VomoStatus VomoIFFT_COMPLEX_FLOAT(const VomoComplexFloat *pSource, uint32_t ulMin,
                                            uint32_t ulMax, double dStep, VomoComplexFloat **ppOut,
                                            double *pdStep, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Real to one-sided spectrum, unscaled: n doubles give the bins 0 to n/2, n/2 + 1 rounded down.
+ * dSampleInterval: seconds between the elements, above 0.
+ * ppOut: read on entry. NULL: the spectrum is allocated. Not NULL: the array it names is filled,
+ *   must hold n/2 + 1 elements, and *phOut becomes 0.
+ * pulOutCount: number of bins. pdFrequencyStep: 1 / (n * dSampleInterval), hertz.
+ * pulOddFlag: 1 for odd n, 0 for even; the inverse needs it. */
 VOMO_API VomoStatus VomoFFT_REAL_DOUBLE(const double *pSource, uint32_t ulMin, uint32_t ulMax,
                                         double dSampleInterval, uint32_t *pulOutCount,
                                         VomoComplexDouble **ppOut, double *pdFrequencyStep,
                                         uint32_t *pulOddFlag, VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* One-sided spectrum to real, divided by the length: with ulMin 0 and ulMax the bin count less 1 it
+ * undoes VomoFFT_REAL_DOUBLE.
+ * ulOddFlag: as that function gave it; any value but 0 counts as 1.
+ * pulOutCount: n = 2 * (ulMax - ulMin) + the odd flag. The imaginary parts of the first bin and,
+ *   for even n, of the last one are not read. An n of 0 is a FFT_DESCRIPTOR_ERROR.
+ * ppOut: n doubles; what it holds on entry does not matter here.
+ * pdTimeStep: 1 / (n * dFrequencyStep), seconds. */
 VOMO_API VomoStatus VomoIFFT_REAL_DOUBLE(const VomoComplexDouble *pSource, uint32_t ulMin,
                                          uint32_t ulMax, double dFrequencyStep, uint32_t ulOddFlag,
                                          uint32_t *pulOutCount, double **ppOut, double *pdTimeStep,
                                          VomoHandle *phOut) VOMO_NOEXCEPT;
 
+/* Spectrum of the n visible samples ulMin to ulMax in decibels: bin k is 20 log10(|X[k]| / n).
+ * A constant of 1 V gives 0 dB in bin 0; a bin of exactly 0 gives minus infinity with success.
+ * pulOutCount: (n + 1) / 2 rounded down, so the Nyquist bin of an even n is left out.
+ * ppfOut, phOut: the floats and their handle; the caller frees it.
+ * PARAM_OUT_OF_RANGE when ulMax is not below the sample count. A transform that cannot be set up is
+ * MEMORY_ALLOCATION_FAILED here. */
 VOMO_API VomoStatus Vomo_DFT_OF_WAVEFORM_IN_DB(const VomoWaveform *psWaveform, uint32_t ulMin,
                                                uint32_t ulMax, uint32_t *pulOutCount,
                                                float **ppfOut, VomoHandle *phOut) VOMO_NOEXCEPT;
 
-/* ==== Capture files ==== */
+/* ============================== Capture files =============================================== */
 
+/* The readers share their form. pulNumSamples is read and written: on entry the most samples
+ * wanted, 0 for all; on success the number delivered. Each waveform comes with a handle that the
+ * caller frees. A name that is NULL, empty or cannot be opened gives FILE_READ_ERROR, and the
+ * message names the file. Any content ends in a status word. */
+
+/* Reads volts from a text file: the second number of a line that has two (parted by a comma or
+ * blanks), else its only number. A line without a digit, sign or point is passed over, so titles
+ * and comments need no marks; text before the first such character is ignored. A line whose number
+ * cannot be read repeats the preceding line's first one. Lines are read in pieces of 2047
+ * characters.
+ * ulLinesToSkip: lines passed over unseen at the start.
+ * dSampleInterval: seconds; the file's own time column is not used.
+ * UNEXPECTED_EOF for a file without data and for fewer lines than are to be skipped. */
 VOMO_API VomoStatus Vomo_Read_Text_File(const char *pcFileName, uint32_t ulLinesToSkip,
                                         double dSampleInterval, uint32_t *pulNumSamples,
                                         VomoWaveform **ppsWaveform,
                                         VomoHandle *phWaveform) VOMO_NOEXCEPT;
 
+/* Reads the first column of a simulator's binary transient file, of either byte order. The columns
+ * lie one behind the other in the file, floats in equal shares; a data area shorter than one float
+ * a column gives success with a waveform of 0 samples. Data ends at the end of the file or at a
+ * block whose last float exceeds 9e29.
+ * pdSampleInterval: seconds, read and not changed; the file has no usable interval.
+ * FILE_READ_ERROR for a damaged header or no data, PARAM_OUT_OF_RANGE for a header without
+ * columns. */
 VOMO_API VomoStatus Vomo_Read_Spice_File(const char *pcFileName, const double *pdSampleInterval,
                                          uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
                                          VomoHandle *phWaveform) VOMO_NOEXCEPT;
 
+/* As Vomo_Read_Spice_File, delivering the first two columns as two waveforms of one length.
+ * PARAM_OUT_OF_RANGE for a file of fewer than two columns. When memory runs out between the two,
+ * the first waveform stays allocated and undelivered until Vomo_Handle_Free_All. */
 VOMO_API VomoStatus Vomo_Read_Combined_Spice_File(
     const char *pcFileName, const double *pdSampleInterval, uint32_t *pulNumSamples,
     VomoWaveform **ppsWaveform1, VomoHandle *phWaveform1, VomoWaveform **ppsWaveform2,
     VomoHandle *phWaveform2) VOMO_NOEXCEPT;
 
-/* ==== Timing: crossovers, clock, intervals, pattern ==== */
+/* Scattering parameters of a four-port. The reader fills one record of the process: it has no
+ * handle, nobody frees it, and the next read overwrites it. */
+typedef struct VomoSparamData {
+  /* Frequency points, at most 2000. */
+  uint32_t ulSArrayLength;
+  /* One matrix for each point, [point][row][column]. */
+  VomoComplexFloat (*pspSArray)[4][4];
+  /* Hertz: element 0 is 0.0, for DC, and point k stands at element k + 1. */
+  double *pdSfreq;
+  /* The caller sets the rest. Above 0: corner of a first-order low pass on the result, hertz. */
+  double dFLowPass;
+  /* Share of the result's samples hidden at each end: a fraction, 0.01 for one percent. */
+  double dPercentToTrim;
+  /* Bit value 1: also write the result as text to EmbedWaveDiffOut.txt in the working directory. */
+  int32_t iFlags;
+} VomoSparamData;
 
-VOMO_API VomoStatus Vomo_FIND_CROSSOVERS(const VomoWaveform *psWaveform, uint32_t ulStartIdx,
-                                         uint32_t ulStopIdx, double dUnitInterval,
-                                         uint32_t eCrossoverTypes,
-                                         VomoCrossoverData **ppsCrossovers,
-                                         VomoHandle *phCrossovers, double **ppdSlopes,
-                                         VomoHandle *phSlopes, double *pdMinInterval) VOMO_NOEXCEPT;
+/* ============================== Timing: edges, clock, intervals, pattern ==================== */
 
-VOMO_API VomoStatus Vomo_FIND_CROSSOVERS_EX(
-    const VomoWaveform *psWaveform, float fThreshold, uint32_t ulFilterCount, uint32_t ulStartIdx,
-    uint32_t ulStopIdx, double dUnitInterval, uint32_t eCrossoverTypes,
-    VomoCrossoverData **ppsCrossovers, VomoHandle *phCrossovers, double **ppdSlopes,
-    VomoHandle *phSlopes, double *pdMinInterval) VOMO_NOEXCEPT;
+/* Edges wanted from the crossover finder. Only the low two bits and bit value 16 matter: of the
+ * values from 0 to 19 that are not named, each acts as its low two bits (and bit 16). */
+enum {
+  Vomo_CROSSOVERS_ALL = 0,            /* both senses, room for twice the expected number */
+  Vomo_CROSSOVERS_RISING = 1,         /* every second edge, beginning with a rising one */
+  Vomo_CROSSOVERS_FALLING = 2,        /* every second edge, beginning with a falling one */
+  Vomo_CROSSOVERS_RISE_FALL = 3,      /* both senses, room for the expected number */
+  Vomo_CROSSOVER_2PART_RISING = 17,   /* as 1, with room for two-part elements */
+  Vomo_CROSSOVER_2PART_FALLING = 18,  /* as 2, with room for two-part elements */
+  Vomo_CROSSOVER_2PART_RISE_FALL = 19 /* as 3, with room for two-part elements */
+};
 
+/* Bits of a crossover's flag byte. */
+enum {
+  CROSSOVER_RISE = 1,    /* rising edge */
+  CROSSOVER_FALL = 2,    /* falling edge */
+  CROSSOVER_DEEMPH = 4,  /* at least 1.5 UI after the edge before it */
+  CROSSOVER_VIRTUAL = 8, /* clock edge put in between, no crossing of the signal; stands alone */
+  CROSSOVER_2PART = 16   /* in requests only, never in a flag byte */
+};
+
+/* Outcome of the pattern check, a set of bits. */
+enum {
+  PATCHK_OK,        /* one of the patterns fits */
+  PATCHK_ZERO,      /* a run length turned up that the pattern does not have */
+  PATCHK_RATIO,     /* a run length's share is off by more than the allowed ratio */
+  PATCHK_RATIO_ZERO /* both */
+};
+
+/* Allowed widths between neighbouring crossovers. A width of 0 or below switches its side off. */
+typedef struct VomoCrossoverLimits {
+  /* Seconds: spacings below the first or above the second are counted. */
+  double dMinWidth, dMaxWidth;
+  /* How many of each are tolerated; one more ends the search with INVALID_INTERVAL. */
+  uint32_t ulMinLimit, ulMaxLimit;
+} VomoCrossoverLimits;
+
+/* One unit interval as the DFE sees it. */
+typedef struct VomoTwoPartCrossover {
+  /* Start and end, seconds; the end is the next element's start. */
+  double dBegin, dEnd;
+  /* Feedback level inside this UI, volts. */
+  float fEnterThresh;
+  /* UIs left in the run of equal bits, this one included. */
+  uint32_t ulRunLeft;
+  /* Bit of the UI: +1 or -1. */
+  int8_t cLevel;
+} VomoTwoPartCrossover;
+
+/* One pattern, as the run lengths of a single repetition. */
+typedef struct VomoPatDef {
+  /* Longest run that is told apart; 66 at most, more counts as 66. */
+  uint32_t ulPatDefLength;
+  /* ulPatDefLength + 1 numbers: entry k is how many runs of k UI the pattern has, entry 0 how many
+   * longer ones. */
+  const double *pdPatDefCounts;
+} VomoPatDef;
+
+/* Check of a capture's run lengths against known patterns. Several definitions are tried: one that
+ * fits gives PATCHK_OK whatever the later ones say, otherwise the failures of all add up. */
+typedef struct VomoPatChkData {
+  /* Repetitions to look at; 0, or more than the data holds, means as many as there are. */
+  uint32_t ulPatChkCount;
+  /* Definitions in psPatDefArray. */
+  uint32_t ulPatDefCount;
+  /* Largest relative error of a count that passes: 0.1 for ten percent. */
+  double dPatRatioMax;
+  const VomoPatDef *psPatDefArray;
+  /* Written: edges for each UI, 1 for a clock pattern and about 0.5 for random data. */
+  double dEdgeDensity;
+  /* Written: PATCHK_OK to PATCHK_RATIO_ZERO. */
+  uint32_t ePatChkResult;
+} VomoPatChkData;
+
+/* A list of edges: the crossovers of a waveform, or a clock with one entry for each unit interval.
+ * One block behind one handle. */
+typedef struct VomoCrossoverData {
+  /* Entries in pdTimes and pucFlags. */
+  uint32_t ulCount;
+  /* Seconds from sample 0 of the waveform, wherever the search began. */
+  double *pdTimes;
+  /* One flag byte for each edge, see CROSSOVER_RISE. */
+  uint8_t *pucFlags;
+  /* NULL without the 16 bit in the request. The finder only reserves the elements, one for each
+   * crossover there was room for; the DFE writes them. */
+  VomoTwoPartCrossover *psTwoPartArray;
+  uint32_t ulTwoPartCount;
+  /* NULL from the library. A caller that sets it gets the pattern check from
+   * Vomo_CONVERT_CROSSOVER_TO_CLOCK. */
+  VomoPatChkData *psPatChkData;
+} VomoCrossoverData;
+
+/* What Vomo_Gen3Check reads from a capture of 128b/130b coded ordered sets. */
+typedef struct VomoGen3CheckData {
+  /* For the compliance drivers: they run the check when this is 1. The check itself ignores it. */
+  uint8_t ucEnable;
+  /* Bytes 23 and 24 behind the long runs, a byte whose two nibbles sum to 15 folded to its high
+   * nibble (byte 24 of 0 is not folded). 0xFF when there is no pair of long runs. */
+  uint8_t ucFirstValue, ucSecondValue;
+  /* Read: blocks of 16 bytes wanted. Written: blocks delivered. */
+  uint8_t ucBlockCount;
+  /* The decoded bytes and their handle, set only when ucBlockCount is not 0; the caller frees
+   * it. */
+  uint8_t *pucBlocks;
+  VomoHandle hBlocks;
+} VomoGen3CheckData;
+
+/* The crossover finder: crossings of 0 V, each placed by a straight line through the two samples
+ * around it. A band of plus and minus fThreshold volts and a settling count decide which crossings
+ * are real; they do not move them, so a placed time may even lie outside its two samples.
+ *
+ * psWaveform: at least one sample, sample interval above 0.
+ * ulStartIdx, ulStopIdx: first and last sample of the search, the last above the first and below
+ *   the sample count. Time 0 stays sample 0 of the waveform.
+ * fThreshold: half the width of the band, volts.
+ * ulFilterCount: samples in a row that must lie beyond the band after leaving it; 0 and 1 accept
+ *   every edge. An edge for which the samples run out is dropped.
+ * psCrossoverLimits: optional.
+ * dUnitInterval: seconds; sizes the result and decides CROSSOVER_DEEMPH.
+ * eCrossoverTypes: Vomo_CROSSOVERS_ALL and so on. The one-sided requests keep every second edge by
+ *   position, on the assumption that edges alternate: behind a doubled edge they keep the wrong
+ *   sense. Flags and pdMinInterval are formed over all edges, before that.
+ * ppsCrossovers, phCrossovers: the list and its handle; the caller frees it.
+ * ppdSlopes, phSlopes: optional. One slope for each crossover in volts a second, a block of its own
+ *   that the caller frees; phSlopes is only written with ppdSlopes set.
+ * pdMinInterval: smallest spacing, seconds; 1e12 with fewer than two crossovers.
+ *
+ * A waveform without a crossing is a success with an empty list.
+ * PARAM_OUT_OF_RANGE for the bounds or interval above, INVALID_INTERVAL for too many spacings
+ * outside the limits. The warning CROSSOVER_MEMORY_LIMIT: room was reckoned as 1.25 edges for each
+ * UI searched, twice that for Vomo_CROSSOVERS_ALL and the one-sided requests, and was used up; the
+ * search stopped there and what was found is delivered. */
 VOMO_API VomoStatus Vomo_FIND_CROSSOVERS_FILT(
     const VomoWaveform *psWaveform, float fThreshold, uint32_t ulFilterCount,
     const VomoCrossoverLimits *psCrossoverLimits, uint32_t ulStartIdx, uint32_t ulStopIdx,
@@ -514,6 +581,36 @@ VOMO_API VomoStatus Vomo_FIND_CROSSOVERS_FILT(
     VomoHandle *phCrossovers, double **ppdSlopes, VomoHandle *phSlopes,
     double *pdMinInterval) VOMO_NOEXCEPT;
 
+/* Vomo_FIND_CROSSOVERS_FILT without limits. */
+VOMO_API VomoStatus Vomo_FIND_CROSSOVERS_EX(
+    const VomoWaveform *psWaveform, float fThreshold, uint32_t ulFilterCount, uint32_t ulStartIdx,
+    uint32_t ulStopIdx, double dUnitInterval, uint32_t eCrossoverTypes,
+    VomoCrossoverData **ppsCrossovers, VomoHandle *phCrossovers, double **ppdSlopes,
+    VomoHandle *phSlopes, double *pdMinInterval) VOMO_NOEXCEPT;
+
+/* Vomo_FIND_CROSSOVERS_FILT with a band of 1 mV, a settling count of 3 and no limits. */
+VOMO_API VomoStatus Vomo_FIND_CROSSOVERS(const VomoWaveform *psWaveform, uint32_t ulStartIdx,
+                                         uint32_t ulStopIdx, double dUnitInterval,
+                                         uint32_t eCrossoverTypes,
+                                         VomoCrossoverData **ppsCrossovers,
+                                         VomoHandle *phCrossovers, double **ppdSlopes,
+                                         VomoHandle *phSlopes, double *pdMinInterval) VOMO_NOEXCEPT;
+
+/* Makes a clock from crossovers: one entry for each unit interval, so that an index is a bit
+ * number. Edges that the data did not make are put in at equal spacing and flagged
+ * CROSSOVER_VIRTUAL; real edges keep time and flags, and the last entry is always real. Two-part
+ * elements are copied whole.
+ *
+ * psCrossovers: at least two. With its psPatChkData set, the pattern check runs on the run lengths
+ *   used here and leaves its outcome there; a pattern that does not fit is no failure.
+ * ulStartIdx, ulStopIdx: first and last crossover used, the last above the first and below ulCount.
+ * dUnitInterval: seconds, above 0; only used when psRunLengths is NULL.
+ * psRunLengths: optional. UIs from each crossover to the next, indexed like the crossovers; at
+ *   least 1 each, a smaller one adds no edges. When NULL, they are found here for the whole list
+ *   and used from the list's beginning even if ulStartIdx is above 0, so pass 0 then.
+ * ppsClock, phClock: the clock and its handle; the caller frees it. Its psPatChkData is NULL.
+ * PARAM_OUT_OF_RANGE for the indices, PARAM_NOT_VALID for a unit interval that is used and not
+ * above 0. */
 VOMO_API VomoStatus Vomo_CONVERT_CROSSOVER_TO_CLOCK(const VomoCrossoverData *psCrossovers,
                                                     uint32_t ulStartIdx, uint32_t ulStopIdx,
                                                     double dUnitInterval,
@@ -521,110 +618,751 @@ VOMO_API VomoStatus Vomo_CONVERT_CROSSOVER_TO_CLOCK(const VomoCrossoverData *psC
                                                     VomoCrossoverData **ppsClock,
                                                     VomoHandle *phClock) VOMO_NOEXCEPT;
 
+/* Seconds from each edge to the next, for the edges ulStartIdx to ulStopIdx (at least two in the
+ * list, the last index above the first and below ulCount): ulStopIdx - ulStartIdx values.
+ * A list with two-part elements gives the spans of the elements that cover those times instead, and
+ * their number may differ; always use the returned count.
+ * ppdIntervals, phIntervals: the array and its handle; the caller frees it.
+ * PARAM_OUT_OF_RANGE for the indices; PARAM_NOT_VALID when the two-part elements hold no such
+ * stretch. */
 VOMO_API VomoStatus Vomo_CONVERT_CROSSOVER_TO_INTERVAL(const VomoCrossoverData *psCrossovers,
                                                        uint32_t ulStartIdx, uint32_t ulStopIdx,
                                                        uint32_t *pulIntervalCount,
                                                        double **ppdIntervals,
                                                        VomoHandle *phIntervals) VOMO_NOEXCEPT;
 
+/* Intervals less their arithmetic mean, seconds, for the elements ulStartIdx to ulStopIdx of
+ * ulIntervalCount (at least two): ulStopIdx - ulStartIdx + 1 values. A stretch of one element is
+ * refused.
+ * ppdErrors, phErrors: the array and its handle; the caller frees it.
+ * PARAM_OUT_OF_RANGE for the indices, COMPUTATION_ERROR with a reason for a failing array
+ * operation. */
 VOMO_API VomoStatus Vomo_FIND_INTERVAL_ERROR(uint32_t ulIntervalCount, const double *pdIntervals,
                                              uint32_t ulStartIdx, uint32_t ulStopIdx,
                                              uint32_t *pulErrorCount, double **ppdErrors,
                                              VomoHandle *phErrors) VOMO_NOEXCEPT;
 
+/* Whole UIs from each crossover to the next: ulCount - 1 values, rounded to the nearest and at
+ * least 1. A gap above 32767 UI wraps at 16 bits.
+ * dUnitInterval: seconds, above 0, else PARAM_NOT_VALID.
+ * ppsRunLengths: read on entry. NULL: the array is allocated, and *phRunLengths is its handle,
+ *   which the caller frees. Not NULL: that array is filled, and *phRunLengths is left alone.
+ * One crossover gives success without an array (NULL and handle 0); none gives PARAM_NOT_VALID. */
 VOMO_API VomoStatus VomoFIND_RUN_LENGTHS(const VomoCrossoverData *psCrossovers,
                                          double dUnitInterval, int16_t **ppsRunLengths,
                                          VomoHandle *phRunLengths) VOMO_NOEXCEPT;
 
+/* Decodes bytes from run lengths alone: looks for two neighbouring runs of 64 UI or more and reads
+ * on from there in blocks of 16 bytes with two sync bits behind each, the first bit received being
+ * the least significant. At least four blocks are read inside, so that the two values can be told.
+ * A list without such runs is a success with 0xFF in both values and no blocks.
+ * PARAM_NOT_VALID for a unit interval not above 0 or an empty list. */
 VOMO_API VomoStatus Vomo_Gen3Check(const VomoCrossoverData *psCrossovers, double dUnitInterval,
                                    VomoGen3CheckData *psGen3Check) VOMO_NOEXCEPT;
 
-/* ==== Jitter statistics ==== */
+/* ============================== Jitter statistics =========================================== */
 
+/* Histogram of a run's jitter. The arrays belong to the library, see Vomo_GENERAL_COMPLIANCE. */
+typedef struct VomoJitterPdfRecord {
+  /* Abscissa of element 0 of pdPDF, seconds. */
+  double dFirstBinValue;
+  double dReserved1;
+  /* Bin width, seconds. */
+  double dPDFBinSize;
+  /* Bins in pdPDF. */
+  uint32_t ulBinCount;
+  /* Share of the hits in each bin; they sum to 1. */
+  double *pdPDF;
+  uint64_t ulReserved2;
+} VomoJitterPdfRecord;
+
+/* Tails of a run's jitter on the Q scale and the lines fitted to them. The left tail stands on a
+ * mirrored axis, abscissae negated, so that both curves fall from left to right. */
+typedef struct VomoJitterQRecord {
+  /* As in VomoJitterPdfRecord. */
+  double dFirstBinValue;
+  double dReserved1;
+  double dPDFBinSize;
+  /* Elements in each curve: the histogram's bins less 1. */
+  uint32_t ulFitCount;
+  uint8_t aucReserved2[20];
+  /* Each line by two points: X0 is its Dirac position (Q of 0), X1 where it reaches the target Q,
+   * seconds, the left pair on the mirrored axis. */
+  double dLeftLineX0, dLeftLineX1, dRightLineX0, dRightLineX1;
+  /* The Q of those points: 0.0 and dTargetBERQVal. */
+  double dLeftLineY0, dLeftLineY1, dRightLineY0, dRightLineY1;
+  /* pdQFromRight: the left tail, element k at -(ulFitCount * bin size + first bin value) + k * bin
+   * size. pdQFromLeft: the right tail, element k at first bin value + k * bin size. */
+  double *pdQFromRight, *pdQFromLeft;
+  uint8_t aucReserved3[8];
+} VomoJitterQRecord;
+
+/* Settings of the noise floor search: the floor of a stretch of spectrum is its median plus a
+ * number of standard deviations. */
+typedef struct VomoNoiseFloorAlgParams {
+  /* Standard deviations above the median. */
+  float fNumStandardDeviations;
+  /* Bins at or above this multiple of the median are left out before the statistics are taken
+   * again; 0.0: none. */
+  float fMultFromMedianToIgnore;
+  /* Hertz at which the second and the third stretch length take over. */
+  double dNoiseFloorCutoff1, dNoiseFloorCutoff2;
+  /* Stretch lengths below, between and above those, hertz. */
+  double dNoiseFreqRange1, dNoiseFreqRange2, dNoiseFreqRange3;
+} VomoNoiseFloorAlgParams;
+
+/* Settings for flattening the line of spread-spectrum clocking and its odd harmonics. */
+typedef struct VomoSSCSquelchParams {
+  /* Band in which the fundamental is looked for, hertz. */
+  double dSSC_min_freq, dSSC_max_freq;
+  /* Nothing happens unless the fundamental's amplitude exceeds this. */
+  double dSSC_min_fund_mag;
+  /* Half-widths in hertz: flattened about the fundamental, flattened about a harmonic, searched
+   * about a harmonic's expected place. */
+  double dSSC_fund_squelch_range, dSSC_squelch_range, dSSC_look_range;
+  /* Highest harmonic treated. */
+  int32_t iSSC_max_harmonic;
+} VomoSSCSquelchParams;
+
+/* The run records; their fields stand with the compliance drivers. */
+typedef struct VomoComplianceParams VomoComplianceParams;
+typedef struct VomoComplianceResults VomoComplianceResults;
+
+/* Normalised histogram of jitter values with its two running sums.
+ *
+ * pdValues, ulValueCount: at least two different values, any unit.
+ * dBinSize: bin width in that unit, above 0 and finite.
+ * ulTrimCount: outer bins with fewer hits are dropped, from each end up to the first bin that has
+ *   as many; 0 keeps all. The kept bins are scaled to sum to 1, so a bin is no longer hits divided
+ *   by the value count.
+ * pdFirstBinValue: abscissa of the first kept bin. Bins are laid out from the least value, the
+ *   abscissa is the multiple of dBinSize below it: it may be off by up to one bin width.
+ * pulBinCount: bins kept.
+ * ppdPDF: the kept bins, rising abscissa.
+ * ppdCDFFromRight: optional. Sums from the last kept bin downwards: element k includes bin
+ *   *pulBinCount - 1 - k, so it runs against the abscissa.
+ * ppdCDFFromLeft: optional. Sums from the first kept bin upwards. Both end at about 1.
+ * pHandle: one handle for all three arrays; the caller frees it.
+ * PARAM_NOT_VALID for no values, a bad bin size, values that are all equal, and a trim that leaves
+ * nothing. A range of too many bins is MEMORY_ALLOCATION_FAILED. */
 VOMO_API VomoStatus VomoCREATE_PDF_CDF(const double *pdValues, uint32_t ulValueCount,
                                        double dBinSize, uint32_t ulTrimCount,
                                        double *pdFirstBinValue, uint32_t *pulBinCount,
                                        double **ppdPDF, double **ppdCDFFromRight,
                                        double **ppdCDFFromLeft, VomoHandle *pHandle) VOMO_NOEXCEPT;
 
+/* Q scale of cumulative probabilities, on which a Gaussian tail is a straight line:
+ * Q(p) = sqrt(2) * erfinv(1 - 2p), so 0.5 gives 0, a small p a large positive Q, 0 plus infinity
+ * and 1 minus infinity.
+ *
+ * pdCDFFromRight, pdCDFFromLeft: ulCount probabilities each; either may be NULL if its output is.
+ * dBinSize, dFirstBinValue: not used.
+ * ppdQFromRight, ppdQFromLeft: ulCount values each; NULL for one that is not wanted.
+ * pHandle: one handle for both; the caller frees it.
+ * PARAM_NOT_VALID when neither output is wanted or a wanted one has no input;
+ * MEMORY_ALLOCATION_FAILED also for a count of 0. */
 VOMO_API VomoStatus VomoCREATE_QSCALE_FROM_CDF(const double *pdCDFFromRight,
                                                const double *pdCDFFromLeft, double dBinSize,
                                                double dFirstBinValue, uint32_t ulCount,
                                                double **ppdQFromRight, double **ppdQFromLeft,
                                                VomoHandle *pHandle) VOMO_NOEXCEPT;
 
+/* Least-squares line y = slope * x + intercept through the elements ulFirst to ulLast of two arrays
+ * of ulCount.
+ * pdGoodness: 1 - (1 - r^2) * (ulCount - 1) / (ulCount - n - 1) with n the elements used. It has
+ *   the form of an adjusted r^2 but takes the whole array as sample size and n as number of
+ *   regressors; for n = ulCount the divisor wraps to 2^32 - 1 and the figure is very nearly 1 for
+ *   any data.
+ * Fewer than two different abscissae give a slope that is not finite, with success.
+ * PARAM_NOT_VALID when the slice is empty or does not lie inside the arrays. */
 VOMO_API VomoStatus Vomo_Find_Linear_Fit(const double *pdX, const double *pdY, uint32_t ulCount,
                                          uint32_t ulFirst, uint32_t ulLast, double *pdSlope,
                                          double *pdIntercept, double *pdGoodness) VOMO_NOEXCEPT;
 
+/* Line through the end of a Q curve, solved for a target Q: x = (dTargetQ - intercept) / slope. The
+ * slope of a Gaussian tail of deviation s is -1/s, and the intercept times s is its mean.
+ *
+ * pulCount: points in pdQ, at least 2; read only.
+ * pdQ: the curve, element k at dFirstX + k * dStep. dStep above 0 (a NaN is let through).
+ * dSlope: the slope to use. The intercept is then the mean of pdQ[k] - x[k] * dSlope over the last
+ *   points: walking back from the end, a drop of that value by more than 0.01 ends the walk, a rise
+ *   does not, and point 0 is never used.
+ *   Exactly 0.0 searches slices for slope and intercept, and keeps the fit with the smallest
+ *   positive goodness. That costs on the order of n^2 fits and is meant for short curves.
+ * dTargetQ: usually negative, see dTargetBERQVal.
+ * ulNumPoints: the most points to use with a given slope; above the point count it means one point.
+ * pdTargetX, pdSlopeOut, pdInterceptOut: where the line reaches dTargetQ, and the line.
+ * PARAM_NOT_VALID for fewer than 2 points, a step not above 0, and a search that finds no fit
+ * (always with fewer than 4 points). */
 VOMO_API VomoStatus VomoFIT_CDF(const uint32_t *pulCount, const double *pdQ, double dStep,
                                 double dFirstX, double dSlope, double dTargetQ,
                                 uint32_t ulNumPoints, double *pdTargetX, double *pdSlopeOut,
                                 double *pdInterceptOut) VOMO_NOEXCEPT;
 
+/* Splits jitter into two Dirac positions and Gaussian tails. Histogram, Q scale, and a line for
+ * each tail; with the slope -1/Rj and the target Q each side reaches position - Q * Rj, so
+ *   Dj = left + right position,   Tj = Dj - 2 * Q * Rj,
+ * the left position being on a mirrored axis. The Q scale is taken of the probability as it stands,
+ * without a factor of one half for each Dirac.
+ *
+ * pdJitter, ulCount: the sequence, seconds. ulTrimCount values are left out at each end.
+ * sParameters: reads dPDFBinSize, dTargetBERQVal, ulRemoveBinsNumPoints, ulNumPointsToUseInCdfFit.
+ * pdRjRMS: read and written, seconds rms. Not 0.0: the Rj to use, left as it is. Exactly 0.0: Rj is
+ *   measured on each side by a line through its curve from point 10 on; each side's position uses
+ *   its own Rj, and the mean of the two is written.
+ * psResults: dDualDiracLeft and dDualDiracRight are written, nothing else is touched.
+ * pdDj, pdTj: seconds.
+ * The curves stay with the library until the next fit.
+ * PARAM_NOT_VALID for a trim that leaves nothing, a sequence whose histogram VomoCREATE_PDF_CDF
+ * refuses, and too few bins: below 13 when Rj is measured, below 3 when it is given. On a failure
+ * nothing of the above is written. */
 VOMO_API VomoStatus VomoFIT_DUAL_DIRAC(const double *pdJitter, uint32_t ulCount,
                                        uint32_t ulTrimCount, VomoComplianceParams sParameters,
                                        double *pdRjRMS, VomoComplianceResults *psResults,
                                        double *pdDj, double *pdTj) VOMO_NOEXCEPT;
 
+/* Noise floor of a one-sided spectrum, constant over each stretch of frequency.
+ *
+ * pcSpectrum, ulCount: bins from DC. dTimeStep: seconds between the values that were transformed;
+ *   the bin spacing is 1 / ((2 * ulCount - 2) * dTimeStep).
+ * sNoiseFloorAlgParams: stretch lengths below one bin count as one bin.
+ * ppdFloor: read on entry. NULL: the floor is allocated, and *pHandle is its handle, which the
+ *   caller frees. Not NULL: that array of ulCount doubles is filled, and *pHandle becomes 0.
+ * PARAM_OUT_OF_RANGE for a count of 0. */
 VOMO_API VomoStatus VomoFIND_NOISE_FLOOR(const VomoComplexDouble *pcSpectrum, uint32_t ulCount,
                                          VomoNoiseFloorAlgParams sNoiseFloorAlgParams,
                                          double dTimeStep, double **ppdFloor,
                                          VomoHandle *pHandle) VOMO_NOEXCEPT;
 
+/* Takes every bin that stands above the floor down to it, keeping its phase: a magnitude m above
+ * pdFloor[k] is scaled by (pdFloor[k] - dFloorOffset) / m. Bin 0 is never changed.
+ * ppcResult: read on entry, NULL or an array of ulCount to fill, with *pHandle as in
+ *   VomoFIND_NOISE_FLOOR. The source stays as it is.
+ * PARAM_OUT_OF_RANGE for a count of 0. */
 VOMO_API VomoStatus VomoFIND_SPIKES_ABOVE_NOISE_FLOOR(const VomoComplexDouble *pcSpectrum,
                                                       const double *pdFloor, uint32_t ulCount,
                                                       double dFloorOffset,
                                                       VomoComplexDouble **ppcResult,
                                                       VomoHandle *pHandle) VOMO_NOEXCEPT;
 
+/* Parts the elements ulFirst to ulLast by sign, into two arrays of one block. Positives come in
+ * their order, negatives last found first. Zeros and NaN are dropped and their places filled with
+ * 0.0: the gap is shared, so each array carries zeros (the positives at their end, the negatives in
+ * front) and the counts add up to the range, or to one less when the gap was odd.
+ * pHandle: one handle for both arrays; the caller frees it.
+ * PARAM_NOT_VALID when ulFirst is not below ulLast. */
 VOMO_API VomoStatus VomoFIND_POSITIVE_AND_NEGATIVE_VALUES(
     const double *pdValues, uint32_t ulFirst, uint32_t ulLast, uint32_t *pulPositiveCount,
     double **ppdPositive, uint32_t *pulNegativeCount, double **ppdNegative,
     VomoHandle *pHandle) VOMO_NOEXCEPT;
 
-/* ==== Filter generators ==== */
+/* ============================== Filters and equalisation ==================================== */
 
+/* Orders of VomoGENERATE_SIMPLE_FILTER. */
+enum {
+  BRICK_WALL,   /* 1 in the pass band, a floor outside */
+  FIRST_ORDER,  /* dFc is the 3 dB corner */
+  SECOND_ORDER, /* natural frequency and damping */
+  THIRD_ORDER,  /* from here on a straight slope of 3 dB an octave for each order, zero phase */
+  FOURTH_ORDER, /* from here on fZ scales the slope */
+  FIFTH_ORDER,  /* 15 dB an octave */
+  SIXTH_ORDER,  /* 18 dB an octave */
+  SEVENTH_ORDER /* 21 dB an octave */
+};
+
+/* What makes an equaliser setting the best one. */
+enum {
+  OPT_EYE_WIDTH,  /* widest eye */
+  OPT_EYE_HEIGHT, /* highest eye */
+  OPT_EYE_AREA,   /* width times height */
+  OPT_EYE_RATIO   /* transition and non-transition openings most alike */
+};
+
+/* How the DFE reads the level of a unit interval. */
+enum { Vomo_FIND_MIN, Vomo_FIND_MAX, Vomo_FIND_AVG };
+
+/* A filter of the jitter path or a PLL. */
+typedef struct VomoFilterParams {
+  /* Corner frequency, hertz. */
+  double dFc;
+  /* Damping; from order 4 on the gain of the slope. */
+  double dZ;
+  /* Carried; no filter reads them. */
+  double dFp, dDel;
+} VomoFilterParams;
+
+/* One setting of the continuous-time linear equaliser. */
+typedef struct VomoCTLEParams {
+  /* Gain at DC, linear. */
+  float fAdc;
+  /* The zero and the two poles, hertz. */
+  float fFz, fFp1, fFp2;
+} VomoCTLEParams;
+
+/* Decision feedback equaliser. Of the arrays only the first iDFETapCount entries mean anything. */
+typedef struct VomoDFEParams {
+  /* Nominal unit interval, seconds. */
+  double dUnitInterval;
+  /* Volts: bounds of each tap; the taps, read, and written after clamping or estimation; and values
+   * that are only carried. */
+  float afTapMin[16], afTapMax[16], afDFETapValues[16], afTemplateTapValues[16];
+  /* Taps in use, at most 16. */
+  int32_t iDFETapCount;
+  /* Not 0: estimate the first tap from the waveform. */
+  int32_t iDFEComputeTaps;
+  /* Carried. */
+  int32_t iDFENumStepsUsed;
+  /* Carried. */
+  float fStepSize;
+  /* Samples that an edge must persist. */
+  int32_t iPtsAboveThresh;
+  /* Unit intervals to analyse; 0 for all. */
+  int32_t iUICount;
+  /* Carried. */
+  int32_t iRunLength, iStepCnt;
+  /* OPT_EYE_WIDTH and so on. */
+  uint32_t eOptValue;
+  /* Vomo_FIND_MIN and so on. */
+  uint32_t eHeightType;
+} VomoDFEParams;
+
+/* The filter generators. Each makes ulCount complex values, entry k for the frequency k * dDeltaF
+ * hertz, entry 0 for DC; the upper half of a two-sided spectrum is not mirrored. *ppsFilter and
+ * *phFilter receive the array and its handle; the caller frees it. iHighPass of 0 is a low pass,
+ * anything else a high pass. No number is checked: a corner of 0 or a damping out of range gives
+ * NaN or infinity where the formula does. A count of 0 is MEMORY_ALLOCATION_FAILED. */
+
+/* Low pass dFc / (dFc + jf), high pass jf / (dFc + jf). On a failure *phFilter becomes 0. */
 VOMO_API VomoStatus VomoGENERATE_FIRST_ORDER_FILTER(double dDeltaF, uint32_t ulCount,
                                                     int32_t iHighPass, double dFc,
                                                     VomoComplexDouble **ppsFilter,
                                                     VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* With a = dFc^2 - f^2 and b = 2 dZ dFc f: low pass dFc^2 / (a + jb), high pass -f^2 / (a - jb).
+ * The phase of this high pass has the opposite sign to that of the H3 filter, and that is meant.
+ * dZ: damping. On a failure *phFilter becomes 0. */
 VOMO_API VomoStatus VomoGENERATE_SECOND_ORDER_FILTER(double dDeltaF, uint32_t ulCount,
                                                      int32_t iHighPass, double dFc, double dZ,
                                                      VomoComplexDouble **ppsFilter,
                                                      VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* High pass -f^2 / (fn^2 - f^2 + j 2 fn f fZ) with the natural frequency fn = dFc / sqrt(1 - fZ^2);
+ * the radicand is formed in float. There is no low pass of this kind. fZ: damping, below 1. On a
+ * failure *phFilter becomes 0. */
 VOMO_API VomoStatus VomoGENERATE_SECOND_ORDER_H3_FILTER(double dDeltaF, uint32_t ulCount,
                                                         double dFc, float fZ,
                                                         VomoComplexDouble **ppsFilter,
                                                         VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* VomoGENERATE_PLL_FILTER_WITH_DELAY with a delay of 0. */
 VOMO_API VomoStatus VomoGENERATE_PLL_FILTER(double dDeltaF, uint32_t ulCount, double dFc, float fZ,
                                             VomoComplexDouble **ppsFilter,
                                             VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* Closed loop of a second-order type-2 PLL, (2 z wn s + wn^2) / (s^2 + 2 z wn s + wn^2), times the
+ * delay exp(-s fDel). wn is chosen so that the loop is 3 dB down at dFc hertz.
+ * fZ: damping z, 0 allowed. fDel: seconds.
+ * PARAM_NOT_VALID for a count of 1. */
 VOMO_API VomoStatus VomoGENERATE_PLL_FILTER_WITH_DELAY(double dDeltaF, uint32_t ulCount, double dFc,
                                                        float fZ, float fDel,
                                                        VomoComplexDouble **ppsFilter,
                                                        VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* Filter by order; orders 1 and 2 are the generators above with dZ = fZ.
+ * eFilterOrder BRICK_WALL: 1 on the side that passes and fBrickFloor on the other; a corner that
+ *   falls on an entry leaves it to the upper side. fZ is not read.
+ * THIRD_ORDER and above, N the order: zero phase, flat at 1 and a slope of 3 N dB an octave that a
+ *   high pass leaves 3 dB down at dFc. The slope runs the same way in a low pass, which thus rises
+ *   above its corner. From order 4 on the slope is multiplied by fZ: give 1 for a continuous
+ *   response. */
 VOMO_API VomoStatus VomoGENERATE_SIMPLE_FILTER(double dDeltaF, uint32_t ulCount, int32_t iHighPass,
                                                uint32_t eFilterOrder, float fBrickFloor, double dFc,
                                                float fZ, VomoComplexDouble **ppsFilter,
                                                VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* A placeholder that always returns NOT_IMPLEMENTED and delivers an array of ulCount unset values
+ * all the same: the caller owns it and frees it. */
 VOMO_API VomoStatus VomoGENERATE_CLOCK_ANALYSIS_FILTER(double dDeltaF, uint32_t ulCount, double dFc,
                                                        float fZ, VomoComplexDouble **ppsFilter,
                                                        VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* A copy of psFilter, ulCount values, with the delay of fDel seconds multiplied into it. */
 VOMO_API VomoStatus VomoADD_PLL_FILTER_DELAY(const VomoComplexDouble *psFilter, double dDeltaF,
                                              uint32_t ulCount, float fDel,
                                              VomoComplexDouble **ppsFilter,
                                              VomoHandle *phFilter) VOMO_NOEXCEPT;
 
-/* ==== Compliance drivers ==== */
+/* ============================== Eye diagrams ================================================ */
 
+/* How the voltage margins are taken. */
+enum {
+  Vomo_CENTER_MIN, /* smallest distance at the template's horizontal centre */
+  Vomo_RANGE_MAX   /* trimmed levels where the eye is widest open */
+};
+
+/* A template polygon, or the points of a diagram. */
+typedef struct VomoTemplate {
+  /* Vertices or points in the arrays. */
+  uint32_t ulArrayLength;
+  /* Abscissae, unit intervals. A diagram is a chain of traces, each of rising abscissae. */
+  double *adXArray;
+  /* Volts. */
+  float *afYArray;
+  /* Clock index behind each point; may be NULL. */
+  uint32_t *aulIntervalIdxArray;
+  /* Where a margin was taken, UI and volts; -1.0 and 0.0 for none. */
+  double dXMargin;
+  float fYMargin;
+} VomoTemplate;
+
+/* Bounding box and edge slopes of a convex template polygon, vertices clockwise. */
+typedef struct VomoPassFailInfo {
+  /* Volts. */
+  float fEyeYMin, fEyeYMax;
+  /* Unit intervals. */
+  double dEyeXMin, dEyeXMax;
+  /* Volts a unit interval: edge k goes from vertex k to the next one, the last edge closes. */
+  double adSlopes[24];
+} VomoPassFailInfo;
+
+/* Margins between an eye and its template. */
+typedef struct VomoTemplateMargins {
+  /* Not 0: collect the two arrays, by bins of dMarginBinWidth UI. The drivers do not. */
+  uint16_t usCollectMargins;
+  double dMarginBinWidth;
+  float afUpperMargin[100], afLowerMargin[100];
+  /* Traces that reach into the template from above; counted on from what stands here. */
+  uint32_t ulHighMarginCount;
+  /* Smallest distance above the template, volts, negative when inside, and its clock index. */
+  float fHighMargin;
+  uint32_t ulHighMarginInterval;
+  /* The same below the template: positive when inside. */
+  uint32_t ulLowMarginCount;
+  float fLowMargin;
+  uint32_t ulLowMarginInterval;
+  /* Vomo_RANGE_MAX: abscissa of the measurement, UI, and the two levels there, volts. */
+  double dMarginX;
+  float fHighLevel, fLowLevel;
+} VomoTemplateMargins;
+
+/* Jitter histograms of an eye stage, equally long arrays in the stage's block. */
+typedef struct VomoHistogramData {
+  double *pdFirst, *pdSecond, *pdThird;
+} VomoHistogramData;
+
+/* ============================== Compliance drivers ========================================== */
+
+/* Interpolation, carried in the settings. The finder places every crossing on a straight line. */
+enum { Vomo_INTERP_LINEAR, Vomo_INTERP_SINC, Vomo_INTERP_POLY, Vomo_INTERP_NONE };
+
+/* The unit interval that interval errors are taken from. */
+enum {
+  Vomo_PHASE_ERROR_MEAN,         /* mean interval of the clock */
+  Vomo_PHASE_ERROR_LEAST_SQUARES /* slope of a straight line through the clock edges */
+};
+
+/* Spectra of a run's jitter. The arrays belong to the library, see Vomo_GENERAL_COMPLIANCE. */
+typedef struct VomoJitterSpectrumRecord {
+  /* Bins of the first two arrays and their spacing, hertz. */
+  uint32_t ulBinCount;
+  double dBinSpacing;
+  /* Magnitudes of the unscaled transform before and after the jitter filter, times ulBinCount. */
+  double *pdRawMagnitude, *pdFilteredMagnitude;
+  /* The same for the bit-to-bit differences of a Gen3 run, times ulDiffBinCount; otherwise 0, 0.0
+   * and NULL. */
+  uint32_t ulDiffBinCount;
+  double dDiffBinSpacing;
+  double *pdDiffMagnitude;
+} VomoJitterSpectrumRecord;
+
+/* Data-dependent jitter of a repeating pattern. */
+typedef struct VomoPatternDDjResult {
+  /* Peak to peak, seconds. */
+  float fPeakPeak;
+  /* Repeats that it was averaged over. */
+  uint32_t ulRepeats;
+} VomoPatternDDjResult;
+
+/* Settings of the voltage measurements of a Gen3 run: windows of UIs inside a run of equal bits. */
+typedef struct VomoGen3BaseCompParameters {
+  /* Window in the runs of the electrical-idle exit pattern: first below last, last at most 8. */
+  uint32_t ulEIEOSFirst, ulEIEOSLast;
+  /* Short runs of the PS21 pattern: not 0, the first at most the second. */
+  uint32_t ulPS21ShortRun, ulPS21ShortRunMax;
+  /* Window in them: first below last, last at most ulPS21ShortRun. */
+  uint32_t ulPS21ShortFirst, ulPS21ShortLast;
+  /* Long run of that pattern, at least 32. */
+  uint32_t ulPS21LongRun;
+  /* Window in it: first below last, last at most ulPS21LongRun, an odd difference. */
+  uint32_t ulPS21LongFirst, ulPS21LongLast;
+  /* Target run: longest one, and the length, at least 2 and at most the longest. */
+  uint32_t ulTargetRunMax, ulTargetRunLength;
+  /* Window in it: first at least 2 and below last, last at most the run length. */
+  uint32_t ulTargetFirst, ulTargetLast;
+  /* Largest spread of the means, 0.0001 to 1.0. */
+  double dTargetFraction;
+} VomoGen3BaseCompParameters;
+
+/* Results of a Gen3 run, a record of the caller. */
+typedef struct VomoGen3Results {
+  /* The repeating pattern: repeats, unit intervals and runs in one. A pattern of an odd number of
+   * UI counts as half as many repeats of twice the length. */
+  uint32_t ulPatternRepeats, ulPatternLengthUI, ulPatternRuns;
+  /* Mean even less mean odd unit interval, seconds, signed. */
+  float fFOver2Dj;
+  /* High and low voltage of the electrical-idle exit pattern, volts, and how many were found. */
+  float fEIEOSVoltage1, fEIEOSVoltage2;
+  uint32_t ulEIEOSFound;
+  /* Ratio of the PS21 pattern, decibels, and how many were found. */
+  float fPS21Ratio;
+  uint32_t ulPS21Found;
+  /* Target runs: mean high and mean low voltage, number of high runs, number of low runs (255
+   * stands for more). */
+  float fTargetVoltage1, fTargetVoltage2, fTargetVoltage3;
+  uint8_t ucTargetFound;
+  /* The caller's, not NULL: receives the pattern's data-dependent jitter. */
+  VomoPatternDDjResult *psPatternDDj;
+  /* Dual-Dirac results of the bit-to-bit differences, seconds, Rj rms. */
+  double dTj, dDj, dRj;
+  /* Only during the run; NULL, NULL and 0 afterwards. */
+  VomoCrossoverData *psClock;
+  int16_t *psRunLengths;
+  uint32_t ulRunLengthCount;
+} VomoGen3Results;
+
+/* All settings of a run. Travels by value, so no stage changes the caller's copy. What its pointers
+ * name must live until the driver returns and is only read, except psPatChkData and
+ * psDFEFilterParams. Fields called carried are printed by the parameter dump and used by nothing
+ * else: the limits are for the caller to compare with the results. */
+struct VomoComplianceParams {
+  /* Nominal unit interval, seconds. */
+  double dTargetUI;
+  /* Seconds that a crossing must stay beyond the band; fewer than three samples count as three. */
+  double dSettlingTime;
+  /* Vomo_INTERP_LINEAR and so on; carried. */
+  uint32_t eInterpMethod;
+  /* Jitter filter, a high pass: BRICK_WALL to SEVENTH_ORDER. */
+  uint32_t eFilterOrder;
+  /* Its dFc and dZ. */
+  VomoFilterParams sFilterParams;
+  /* Carried; the settings may be NULL. */
+  int32_t iSSCSquelch;
+  const VomoSSCSquelchParams *psSSCSquelchParams;
+  /* Noise floor of the jitter spectrum. */
+  VomoNoiseFloorAlgParams sNoiseFloorAlgParams;
+  /* What a BRICK_WALL filter lets through of the low frequencies. */
+  double dBrickFloor;
+  /* Carried; the drivers search without limits. */
+  VomoCrossoverLimits sCrossoverLimits;
+  /* Vomo_CROSSOVERS_ALL and so on; bit value 16 is dropped. */
+  uint32_t eCrossoverTypes;
+  /* Pattern check, optional. Its dEdgeDensity and ePatChkResult are written. */
+  VomoPatChkData *psPatChkData;
+  /* CTLE settings to choose from: not above 0 none, 1 that one, more the best of them. */
+  int32_t iCTLEFilterParamsCount;
+  const VomoCTLEParams *psCTLEFilterParams;
+  /* Unit intervals that the choice is made on. */
+  int32_t iCTLEUICount;
+  /* OPT_EYE_WIDTH and so on. */
+  uint32_t eCTLEOpt;
+  /* Sampling phases tried, fractions of a UI. */
+  float fCTLEBeginSampleWindow, fCTLEEndSampleWindow;
+  /* Not 0: the unequalised signal takes part in the choice. */
+  int32_t iAllowNoCTLE;
+  /* Not 0, with several CTLE settings and a DFE: each setting is judged behind the DFE. */
+  int32_t iCombineCTLE_DFE_Optimize;
+  /* DFE, NULL for none. Its taps are written, and its iPtsAboveThresh replaces the settling count
+   * in the preparation of the waveform. */
+  VomoDFEParams *psDFEFilterParams;
+  /* Fewest clock edges for a valid run. */
+  uint32_t ulMinUIForOfficialTest;
+  /* Vomo_PHASE_ERROR_LEAST_SQUARES, or anything else for the mean. */
+  uint32_t ePhaseErrorIntervalType;
+  /* Vomo_CENTER_MIN or Vomo_RANGE_MAX. */
+  uint32_t eVoltageMarginType;
+  /* Vomo_RANGE_MAX: bin width in volts, and how many hits a level's bin needs. A trim count of 1 or
+   * more is that number; otherwise it is the factor times half the hits of that side, at least
+   * 1. */
+  float fVoltageHistBinSize;
+  int32_t iVoltageHistTrimCount;
+  double dVoltageHistTrimFactor;
+  /* Rails of transition bits, volts. */
+  float fTransitionHighVoltageRail, fTransitionLowVoltageRail;
+  /* Template of the non-transition eye and its bounds; the margins are taken from the bounds. */
+  VomoTemplate sNonTransTemplate;
+  VomoPassFailInfo sNonTransPassFailInfo;
+  /* Rails of non-transition bits, volts. The second name has no leading f. */
+  float fNonTransitionHighVoltageRail, NonTransitionLowVoltageRail;
+  /* Template of the transition eye and its bounds. */
+  VomoTemplate sTransTemplate;
+  VomoPassFailInfo sTransPassFailInfo;
+  /* How far the plotted eyes reach beyond their UI, in UI. */
+  double dEyePlotWrapLeftValue, dEyePlotWrapRightValue;
+  /* Clock edges plotted on each side of an extreme. */
+  uint32_t ulEyeDiagramOffset;
+  /* Limits, seconds; carried. */
+  double dPeakPeakJitterLimit, dTjPeakPeakJitterLimit, dDjDeltaDeltaJitterLimit,
+      dRjRMSMaxJitterLimit;
+  /* Share of the jitter sequence dropped at each end. A fraction and no percentage: 0.01 drops one
+   * percent at each end. */
+  double dPointsToTrimPercent;
+  /* Bin width of the jitter histogram, seconds. */
+  double dPDFBinSize;
+  /* Q of the target bit error ratio, with a minus sign: -7.034484 for 1e-12. A positive value makes
+   * Tj smaller than Dj. */
+  double dTargetBERQVal;
+  /* Rj to use, seconds rms; 0, negative and NaN measure it. */
+  double dRjRMSInput;
+  /* Hits that an outer histogram bin needs to be kept. */
+  uint32_t ulRemoveBinsNumPoints;
+  /* Most points of each tail that the fit uses. */
+  uint32_t ulNumPointsToUseInCdfFit;
+  /* Unit intervals in each bin of the jitter-against-time data. */
+  uint32_t ulHistogramBinSizeUI;
+  /* Not 0: one status byte for each sample, from the eye stage. */
+  uint16_t usIndividualPointInfo;
+  /* Not 0: histogram data from the eye stage. */
+  uint16_t usGetJitterHistogramData;
+  /* Carried. */
+  uint16_t usDerateDeemphasisJitter;
+  /* Set, together with psGen3Results: a Gen3 run, which measures pattern and voltages of a
+   * transmitter instead of an eye and ignores complement, S-parameters, CTLE, DFE, templates and
+   * rails. */
+  const VomoGen3BaseCompParameters *psGen3BaseCompParameters;
+  /* S-parameters to embed, NULL for none. */
+  const VomoSparamData *psSparamData;
+  /* File to which the settings are appended as text, NULL for none. */
+  const char *pcParameterDumpFile;
+};
+
+/* All results of a run, a record of the caller: clear it, then set psGen3Results and the first byte
+ * of sGen3CheckData, before the call. A field that a run does not reach keeps what it held. Jitter
+ * indices count clock edges, 0 being the first. Times are seconds. */
+struct VomoComplianceResults {
+  /* Time of the first crossover. */
+  double dFirstCrossoverTime;
+  /* Largest less smallest time interval error, unfiltered, over the whole sequence. */
+  double dTIEPeakPeak;
+  /* The same filtered and within the trimmed range. Not set in a Gen3 run, like the indices
+   * below. */
+  double dPeakPeakJitter;
+  /* Where its two extremes lie. */
+  uint32_t ulMaxJitterIndex, ulMinJitterIndex;
+  /* The trimmed range. */
+  uint32_t ulFirstValidIndex, ulLastValidIndex;
+  /* The whole sequence. */
+  uint32_t ulFirstIndex, ulLastIndex;
+  /* Total jitter at dTargetBERQVal. */
+  double dTjPeakPeak;
+  /* Dirac positions, the left one on a mirrored axis: Dj is their sum. */
+  double dDualDiracLeft, dDualDiracRight;
+  /* Deterministic jitter, delta-delta. */
+  double dDjDeltaDelta;
+  /* Smallest spacing of crossovers. */
+  double dMinCrossoverInterval;
+  /* Random jitter, rms: dRjRMSInput or measured. */
+  double dRjRMS;
+  /* Standard deviation of the jitter without its spectral lines. */
+  double dRjStdDev;
+  /* Measured unit interval. */
+  double dUnitInterval;
+  /* Values in the trimmed range. */
+  uint32_t ulPointsUsed;
+  /* Dual port: intervals of the data clock; 0 when the run is over. */
+  uint32_t ulDataIntervalCount;
+  /* Dual port: the PLL filter and the alignment in UI that gave the largest Tj. */
+  int32_t iPLLFilterIndex, iClockDataOffsetUI;
+  /* -1 no CTLE stage, 1 the only setting, otherwise the chosen one counted from 1, 0 for none. */
+  int32_t iCTLEIndexUsed;
+  /* 1 when a DFE was applied. */
+  int32_t iDFEApplied;
+  /* Copies from psPatChkData, if there is one. */
+  double dEdgeDensity;
+  uint32_t ePatChkResult;
+  /* Samples of transition bits beyond their rails; their lowest and highest voltage, and the clock
+   * index of each, 0 for not found. */
+  uint32_t ulTransRailViolations;
+  float fTransMinVoltage;
+  uint32_t ulTransMinIndex;
+  float fTransMaxVoltage;
+  uint32_t ulTransMaxIndex;
+  /* The same for non-transition bits. */
+  uint32_t ulNonTransRailViolations;
+  float fNonTransMinVoltage;
+  uint32_t ulNonTransMinIndex;
+  float fNonTransMaxVoltage;
+  uint32_t ulNonTransMaxIndex;
+  /* Margins of the two eyes. */
+  VomoTemplateMargins sTransMargins, sNonTransMargins;
+  /* Curves of the run. The arrays are the library's: valid until the next successful run, not to be
+   * freed. A run that fails leaves them as they are. */
+  VomoJitterPdfRecord sJitterPdf;
+  VomoJitterQRecord sJitterQ;
+  VomoJitterSpectrumRecord sJitterSpectrum;
+  /* ucEnable 1 asks for Vomo_Gen3Check on the crossovers; what it delivers is the caller's. */
+  VomoGen3CheckData sGen3CheckData;
+  /* The caller's record of a Gen3 run, NULL in any other run. */
+  VomoGen3Results *psGen3Results;
+};
+
+/* Settings of a run that measures data against a second, clock waveform. */
+typedef struct VomoDualPortParams {
+  /* Nominal period of the clock and its settling time, seconds. */
+  double dClockTargetUI, dClockSettlingTime;
+  /* Not 0: filter the clock waveform first. */
+  int32_t iClockFilterEnable;
+  /* Not 0: the clock's crossovers are the clock as they are, and no PLL filter is applied. */
+  int32_t iUseClockCrossovers;
+  /* Vomo_CROSSOVERS_ALL and so on, for the clock waveform. */
+  uint32_t eClockCrossoverTypes;
+  /* Skew between clock and data that is tried in both directions, UI. */
+  uint32_t ulClockDataOffsetUI;
+  /* PLL filters to try, at least one; dFc and dZ of each are used. */
+  int32_t iPLLFilterCount;
+  const VomoFilterParams *psPLLFilterParams;
+} VomoDualPortParams;
+
+/* The clock side of such a run. */
+typedef struct VomoDualPortClockResults {
+  /* Smallest spacing of the clock's crossovers, seconds. */
+  double dMinCrossoverInterval;
+  /* Intervals of the clock. */
+  uint32_t ulIntervalCount;
+  /* Their mean, seconds. */
+  double dUnitInterval;
+} VomoDualPortClockResults;
+
+/* Measures one captured signal: prepares it, finds its edges, makes the clock, turns that into a
+ * sequence of time interval errors (one for each clock edge), separates Rj, Dj and Tj, and measures
+ * the eye, or in a Gen3 run pattern and voltages. It judges nothing: limits are the caller's to
+ * apply.
+ *
+ * psWaveform: the differential signal, or with psComplement the positive half of a pair.
+ * psComplement: the negative half, or NULL.
+ * sParameters: the settings. psResults: filled as far as the run gets, on a failure too.
+ * pvPassThrough: optional, handed to the eye stage and read by nothing.
+ * ppbyPointStatus: optional. With usIndividualPointInfo, one byte for each sample.
+ * psPlots: optional, five records for the eyes around: extreme jitter, highest voltages, lowest
+ *   voltages, smallest upper margins, smallest lower margins. NULL: no diagrams are made.
+ * psTransPlots: optional, five records for the transition bits; when NULL they join psPlots.
+ * psHistogramData: optional. With usGetJitterHistogramData, three arrays.
+ * pHandle: handle of the one block behind the four outputs before it, 0 when there is none; the
+ *   caller frees it. When NULL, those outputs are not made. A Gen3 run does not write it.
+ * ppdJitter, pulJitterCount, phJitter: optional as a whole, chosen by ppdJitter. The filtered
+ *   jitter sequence, seconds, without its edges' virtual entries in a Gen3 run; the caller frees
+ *   it.
+ *
+ * The curves inside psResults belong to the library: the next successful run replaces them.
+ *
+ * Returns the status of the last stage, so a warning of an earlier one is lost. PARAM_NOT_VALID
+ * when only one of psGen3BaseCompParameters and psGen3Results is set, in a Gen3 run without
+ * psPatternDDj, or for a trim that leaves nothing; PARAM_OUT_OF_RANGE for a waveform with fewer
+ * than two crossovers;
+ * NOT_ENOUGH_UI for a clock of fewer than ulMinUIForOfficialTest edges; otherwise the error word of
+ * the stage that failed.
+ *
+ * Not there yet in this version: complement, S-parameters, CTLE, DFE, eye stage and parameter dump
+ * are passed over, and a Gen3 run is NOT_IMPLEMENTED. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWaveform *psComplement,
                                             VomoComplianceParams sParameters,
                                             VomoComplianceResults *psResults, void *pvPassThrough,
@@ -634,36 +1372,156 @@ VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWavefo
                                             uint32_t *pulJitterCount, double **ppdJitter,
                                             VomoHandle *phJitter) VOMO_NOEXCEPT;
 
+/* Vomo_GENERAL_COMPLIANCE without plots, histogram data and jitter sequence: it leaves no block to
+ * free. Voltages and margins are measured all the same. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE_NO_EYE(VomoWaveform *psWaveform,
                                                    VomoWaveform *psComplement,
                                                    VomoComplianceParams sParameters,
                                                    VomoComplianceResults *psResults,
                                                    void *pvPassThrough) VOMO_NOEXCEPT;
 
+/* Separates the jitter of a sequence of time interval errors. Its spectrum goes through the high
+ * pass of eFilterOrder and sFilterParams; lines above the noise floor are cut to it. The filtered
+ * sequence gives the peak-to-peak jitter and, by the dual-Dirac fit, Dj and Tj; the one without
+ * lines gives Rj as its rms.
+ *
+ * pdSequence, ulCount: seconds, one value for each unit interval, at least 2; not changed.
+ * sParameters: reads eFilterOrder, sFilterParams, dBrickFloor, sNoiseFloorAlgParams,
+ *   dPointsToTrimPercent, dRjRMSInput, psGen3BaseCompParameters and what VomoFIT_DUAL_DIRAC reads.
+ * psResults: dUnitInterval is read as the spacing of the sequence, psGen3Results for a Gen3 run;
+ *   written are the fields from dTIEPeakPeak to ulPointsUsed that belong to jitter.
+ * ppdSequence, pulCount, phSequence: optional as a whole, chosen by ppdSequence. The filtered
+ *   sequence; the caller frees it. It is also delivered when the fit fails and its status returned.
+ *
+ * Returns the status of the fit. With ppdSequence NULL that status is lost and success returned,
+ * even for a fit that failed. PARAM_OUT_OF_RANGE for fewer than 2 values; PARAM_NOT_VALID for a
+ * trim that leaves nothing, a unit interval not above 0, and a Gen3 run without its clock. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE_NO_EYE_INTERVALS(
     const double *pdSequence, uint32_t ulCount, VomoComplianceParams sParameters,
     VomoComplianceResults *psResults, uint32_t *pulCount, double **ppdSequence,
     VomoHandle *phSequence) VOMO_NOEXCEPT;
 
-/* ==== Transmitter measurements ==== */
+/* ============================== Transmitter measurements ==================================== */
 
+/* One equalisation preset of a transmitter. */
+typedef struct VomoPreset {
+  /* Measured voltage; 0.0: not measured. */
+  double dVb;
+  /* Results in decibels: reference over this one, and this one over its reference. */
+  double dPreshootDB, dDeemphasisDB;
+  /* 0 failed, 1 passed, 2 not evaluated, 3 a reference preset is missing. */
+  uint32_t ulState;
+  /* Outcome of Vomo_Gen3Check on its capture, and the handle of what that delivered. */
+  VomoGen3CheckData sGen3CheckBuf;
+  VomoHandle ulClockHandle;
+  /* Limits, decibels. */
+  double dPreshootMax, dPreshootMin, dDeemphasisMax, dDeemphasisMin;
+  /* Indices of the reference presets; 0xFFFFFFFF for none. */
+  uint32_t ulDeemphasisRef, ulPreshootRef;
+} VomoPreset;
+
+/* F/2 jitter, the difference between even and odd unit intervals of a transmitter that serialises
+ * by two phases: mean even less mean odd spacing, seconds, signed.
+ *
+ * pdTimes: edge times, used from element ulOffset on, ulCount of them (at least 2).
+ * pusRunLengths: optional; UIs behind each edge, also used from ulOffset. A spacing counts when it
+ *   and the one before it are single bits; even and odd are told by the number of bits passed.
+ * usRunLength: without run lengths it must be 1 and says that every spacing is one bit; the first
+ *   spacing is not used and the second is odd.
+ * pfDj: the difference, 0.0 when nothing could be measured. pfEvenMean, pfOddMean, pfMean:
+ *   optional.
+ * With run lengths and an ulCount of 2 a third time is read and must be there.
+ * Returns 0, or 1 for bad arguments and when one of the two classes is empty. */
 VOMO_API int32_t Meas_Tx_Dj_FOver2(const double *pdTimes, const uint16_t *pusRunLengths,
                                    uint32_t ulOffset, uint32_t ulCount, uint16_t usRunLength,
                                    float *pfDj, float *pfEvenMean, float *pfOddMean,
                                    float *pfMean) VOMO_NOEXCEPT;
 
+/* Meas_Tx_Dj_FOver2 on the edges ulFirst to ulLast of a list, the last spacing left out.
+ * pusRunLengths: one for each edge of the list.
+ * PARAM_NOT_VALID when ulLast is outside the list or less than 2 above ulFirst; COMPUTATION_ERROR
+ * when nothing could be measured, as with a pattern that has no two single bits in a row. */
 VOMO_API VomoStatus VomoF_OVER2_Dj(const VomoCrossoverData *psClock, uint32_t ulFirst,
                                    uint32_t ulLast, const uint16_t *pusRunLengths,
                                    float *pfDj) VOMO_NOEXCEPT;
 
+/* Takes F/2 jitter out of times with one entry for each UI, in place: even entries move by a
+ * quarter of fDj forward, odd ones backward. fDj of 0.0 changes nothing; its negative puts the
+ * jitter back.
+ * Returns 0, or 1 for fewer than 2 times or NULL. */
 VOMO_API int32_t Modify_Dj_FOver2_Inplace_AllUIFrontTimes(double *pdTimes, uint32_t ulCount,
                                                           float fDj) VOMO_NOEXCEPT;
 
+/* The same for times of crossovers only: even and odd are told by the number of bits passed since
+ * element ulOffset of both arrays, or by the element's number when pusRunLengths is NULL, which
+ * asks for a usRunLength of 1.
+ * Returns 0, or 1 for bad arguments. */
 VOMO_API int32_t Modify_Dj_FOver2_Inplace_OnlyCrsOvrs(double *pdTimes,
                                                       const uint16_t *pusRunLengths,
                                                       uint32_t ulOffset, uint32_t ulCount,
                                                       uint16_t usRunLength,
                                                       float fDj) VOMO_NOEXCEPT;
+
+/* ============================== Low-frequency signalling ==================================== */
+
+/* Settings of the burst test, and the four fields called written. */
+typedef struct VomoLFTestParams {
+  /* 1 burst train, 2 pulse-width coded. */
+  int32_t eLFTestType;
+  /* Bursts to look for. */
+  int32_t iBurstCount;
+  /* Written: bursts found. */
+  int32_t iBurstsFound;
+  /* Written: 1 if the last burst's first edge rises, 0 if it falls. */
+  int32_t iFirstEdgeRising;
+  /* Samples behind the first crossover at which the polarity is read. */
+  int32_t iPolaritySampleOffset;
+  /* Samples that the rise and fall times look away from a crossover. */
+  int32_t iEdgeSearchSamples;
+  /* Pulse-width coded: not 0 measures the transmit ratio, 0 the minor duration. */
+  int32_t iUseTransmitRatio;
+  /* Bit durations: fewest periods, and most periods that make the average. */
+  int32_t iMinPeriods, iAveragePeriods;
+  /* What begins a burst: 0 either sign beyond the threshold, 1 below its negative, 2 above it. */
+  int32_t eBurstPolarity;
+  /* Samples beyond the band for a crossover. */
+  uint32_t ulFilterCount;
+  /* Written: first and last sample of each burst, in pairs. */
+  uint32_t aulBurstBounds[10];
+  /* Volts, above 0 and below 5. */
+  float fBurstThreshold;
+  /* Seconds cut from each end of a burst before it is measured. */
+  float fTrimStart, fTrimEnd;
+  /* Levels of the rise and fall times, fractions of the swing. */
+  float fLowLevelFraction, fHighLevelFraction;
+  /* Written: mean over the bursts of their mean periods, seconds. */
+  double dMeanPeriod;
+  /* Quiet time that ends a burst, seconds. */
+  double dIdleTime;
+  /* Handed to the crossover search, seconds. */
+  double dUnitInterval;
+} VomoLFTestParams;
+
+/* Extremes over all bursts. A burst train (type 1) and pulse-width coding (type 2) each write
+ * theirs. */
+typedef struct VomoLFTestResults {
+  /* Both: seconds. */
+  double dRiseTimeMax, dFallTimeMax, dPeriodMin, dPeriodMax;
+  /* Type 1: volts. */
+  double dVoltagePPMin, dVoltagePPMax;
+  /* Type 2: volts. */
+  double dAmplitudeMin, dAmplitudeMax;
+  /* Type 1: seconds, seconds, percent, volts. */
+  double dBurstTimeMin, dBurstTimeMax, dRepeatTimeMin, dRepeatTimeMax;
+  double dDutyCycleMin, dDutyCycleMax;
+  double dCommonModeMax;
+  /* Type 2: ratios. */
+  double dBitDurationMin, dBitDurationMax, dTransmitRatioMin, dTransmitRatioMax;
+  /* Type 2: seconds, volts, seconds. */
+  double dMinorDurationMin, dMinorDurationMax;
+  double dDiffDCMin, dDiffDCMax;
+  double dPrepareTimeMin, dPrepareTimeMax;
+} VomoLFTestResults;
 
 #ifdef __cplusplus
 }
