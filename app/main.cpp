@@ -1,0 +1,48 @@
+// vomo: measures captures of high-speed serial signals.
+#include <fmt/format.h>
+#include <vomo.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <exception>
+
+#include "commands.h"
+#include "output_file.h"
+
+namespace {
+
+int Run(int argc, char **argv) {
+  app::ExitCode exit_code = app::ExitCode::kWithinLimits;
+  CLI::App cli{"Vomo: signal analysis for high-speed serial links"};
+  cli.set_version_flag("--version", VOMO_VERSION);
+  cli.require_subcommand(1);
+  app::AddSynthCommand(cli, &exit_code);
+  try {
+    cli.parse(argc, argv);
+  } catch (const CLI::Success &request) {
+    return cli.exit(request);
+  } catch (const CLI::ParseError &error) {
+    cli.exit(error);
+    return static_cast<int>(app::ExitCode::kWrongUsage);
+  }
+  return static_cast<int>(exit_code);
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  app::RemoveOutputOnSignals();
+  try {
+    return Run(argc, argv);
+  } catch (const app::Failure &failure) {
+    fmt::print(stderr, "vomo: {}\n", failure.what());
+    if (!failure.advice().empty()) fmt::print(stderr, "try: {}\n", failure.advice());
+    return static_cast<int>(failure.code());
+  } catch (const std::bad_alloc &) {
+    fmt::print(stderr, "vomo: not enough memory\ntry: a shorter capture\n");
+    return static_cast<int>(app::ExitCode::kNotMeasurable);
+  } catch (const std::exception &error) {
+    fmt::print(stderr, "vomo: {}\n", error.what());
+    return static_cast<int>(app::ExitCode::kNotMeasurable);
+  }
+}

@@ -1,0 +1,219 @@
+// vomo synth: a capture of an NRZ signal, and beside it a JSON file with its truth.
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <nlohmann/json.hpp>
+
+#include "capture_writer.h"
+#include "commands.h"
+#include "synth_signal.h"
+
+namespace app {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+struct SynthOptions {
+  SynthSpec spec;
+  std::string output, complement, bits_file;
+  std::string pattern = "prbs7", format = "text";
+};
+
+std::string OptionName(const char *parameter) {
+  std::string name = parameter;
+  std::replace(name.begin(), name.end(), '_', '-');
+  return "--" + name;
+}
+
+template <class Row>
+auto ChoiceOf(std::span<const Row> rows) {
+  std::vector<std::string> names;
+  for (const Row &row : rows) names.emplace_back(row.name);
+  return CLI::IsMember(names);
+}
+
+template <class Row>
+const Row &Named(std::span<const Row> rows, const std::string &name) {
+  return *std::find_if(rows.begin(), rows.end(), [&](const Row &row) { return row.name == name; });
+}
+
+std::vector<uint8_t> ReadBits(const std::string &path) {
+  std::ifstream file(path);
+  if (!file) throw Failure(ExitCode::kUnreadable, "cannot read the bits file " + path);
+  std::vector<uint8_t> bits;
+  uint64_t position = 0;
+  for (char c; file.get(c); ++position) {
+    if (c == ' ' || c == '\n' || c == '\r' || c == '\t') continue;
+    if (c != '0' && c != '1') {
+      throw Failure(ExitCode::kUnreadable,
+                    fmt::format("{}: byte {} is neither 0 nor 1", path, position),
+                    "a bits file holds the characters 0 and 1, and white space anywhere");
+    }
+    bits.push_back(static_cast<uint8_t>(c - '0'));
+  }
+  if (bits.empty()) throw Failure(ExitCode::kUnreadable, path + " holds no bits");
+  return bits;
+}
+
+struct StatsRow {
+  const char *name, *unit;
+  SequenceStats SynthTruth::*stats;
+};
+constexpr StatsRow kStatsRows[] = {
+    {"rj", "s", &SynthTruth::rj},       {"sj", "s", &SynthTruth::sj},
+    {"dirac", "s", &SynthTruth::dirac}, {"duty_cycle_distortion", "s", &SynthTruth::dcd},
+    {"total", "s", &SynthTruth::total}, {"noise", "V", &SynthTruth::noise},
+};
+
+Json StatsJson(const StatsRow &row, const SynthTruth &truth) {
+  const SequenceStats &stats = truth.*row.stats;
+  return {{"unit", row.unit},
+          {"count", stats.count()},
+          {"mean", stats.mean()},
+          {"rms", stats.rms()},
+          {"min", stats.min()},
+          {"max", stats.max()},
+          {"peak_to_peak", stats.max() - stats.min()}};
+}
+
+Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
+  const SynthSpec &spec = options.spec;
+  Json parameters;
+  for (const SynthParameter &parameter : SynthParameters()) {
+    parameters[parameter.name] = {{"value", spec.*parameter.value},
+                                  {"unit", parameter.unit},
+                                  {"definition", parameter.definition}};
+  }
+  parameters["edge_time"]["value"] = ResolvedEdgeTime(spec);
+  Json realised;
+  for (const StatsRow &row : kStatsRows) realised[row.name] = StatsJson(row, truth);
+  Json result = {{"schema", "vomo.synth.truth"},
+                 {"version", 1},
+                 {"capture", std::filesystem::path(options.output).filename().string()},
+                 {"format", options.format},
+                 {"pattern", options.pattern},
+                 {"seed", spec.seed},
+                 {"ui_count", spec.ui_count},
+                 {"unit_interval", spec.unit_interval()},
+                 {"sample_interval", spec.sample_interval()},
+                 {"sample_count", truth.sample_count},
+                 {"rising_edges", truth.rising_edges},
+                 {"falling_edges", truth.falling_edges},
+                 {"held_edges", truth.held_edges},
+                 {"first_edge", truth.first_edge},
+                 {"last_edge", truth.last_edge},
+                 {"parameters", std::move(parameters)},
+                 {"realised", std::move(realised)}};
+  if (!options.complement.empty()) {
+    result["complement"] = std::filesystem::path(options.complement).filename().string();
+  }
+  result["definitions"] = {
+      {"times", "seconds from sample 0, which is the start of the first bit"},
+      {"realised",
+       "figures of the values that were drawn; rms is about the mean; total is the "
+       "displacement of each edge from its undisturbed time"},
+      {"held_edges",
+       "edges that would have come before their predecessor and were put at its time"},
+      {"complement",
+       "of a pair, each half carries half of the swing and of the noise; the signal is "
+       "their difference"}};
+  return result;
+}
+
+// One file of the capture: the signal itself, or half of it with its sign.
+class CaptureOutput {
+ public:
+  CaptureOutput(const std::string &path, const CaptureFormat &format, const CaptureInfo &info,
+                float factor)
+      : file_(path), writer_(format.open(info, file_)), factor_(factor) {}
+
+  void Write(std::span<const float> samples) {
+    if (factor_ == 1.0f) return writer_->Write(samples);
+    scaled_.resize(samples.size());
+    std::transform(samples.begin(), samples.end(), scaled_.begin(),
+                   [this](float sample) { return factor_ * sample; });
+    writer_->Write(scaled_);
+  }
+  void Commit() {
+    writer_->Finish();
+    file_.Commit();
+  }
+
+ private:
+  OutputFile file_;
+  std::unique_ptr<CaptureWriter> writer_;
+  float factor_;
+  std::vector<float> scaled_;
+};
+
+void WriteCapture(const SynthOptions &options, SignalSynth &synth) {
+  const CaptureFormat &format = Named(WritableFormats(), options.format);
+  const CaptureInfo info{synth.sample_count(), options.spec.sample_interval()};
+  std::deque<CaptureOutput> outputs;
+  if (options.complement.empty()) {
+    outputs.emplace_back(options.output, format, info, 1.0f);
+  } else {
+    outputs.emplace_back(options.output, format, info, 0.5f);
+    outputs.emplace_back(options.complement, format, info, -0.5f);
+  }
+  std::vector<float> block(1 << 16);
+  while (const size_t count = synth.Next(block)) {
+    for (CaptureOutput &output : outputs) output.Write(std::span(block).first(count));
+  }
+  for (CaptureOutput &output : outputs) output.Commit();
+}
+
+ExitCode RunSynth(SynthOptions options) {
+  if (!options.bits_file.empty()) {
+    options.pattern = "bits";
+    options.spec.bits = ReadBits(options.bits_file);
+  }
+  options.spec.pattern = Named(PatternNames(), options.pattern).pattern;
+  try {
+    SignalSynth synth(options.spec);
+    WriteCapture(options, synth);
+    WriteTextOutput(options.output + ".truth.json",
+                    TruthJson(options, synth.truth()).dump(2) + "\n");
+  } catch (const SynthError &error) {
+    throw Failure(ExitCode::kWrongUsage, error.what(), "see vomo synth --help");
+  }
+  return ExitCode::kWithinLimits;
+}
+
+}  // namespace
+
+void AddSynthCommand(CLI::App &cli, ExitCode *exit_code) {
+  auto options = std::make_shared<SynthOptions>();
+  CLI::App *command = cli.add_subcommand(
+      "synth", "Write a capture of an NRZ signal with stated jitter; the truth goes beside it");
+  command->add_option("OUT", options->output, "capture to write; the truth is OUT.truth.json")
+      ->required();
+  for (const SynthParameter &parameter : SynthParameters()) {
+    command
+        ->add_option(OptionName(parameter.name), options->spec.*parameter.value,
+                     fmt::format("{} ({})", parameter.definition, parameter.unit))
+        ->capture_default_str()
+        ->check(CLI::Range(parameter.low, parameter.high));
+  }
+  command->add_option("--ui", options->spec.ui_count, "unit intervals")
+      ->capture_default_str()
+      ->check(CLI::PositiveNumber);
+  command->add_option("--seed", options->spec.seed, "seed of all random values")
+      ->capture_default_str();
+  auto *pattern = command->add_option("--pattern", options->pattern, "bit pattern")
+                      ->capture_default_str()
+                      ->check(ChoiceOf(PatternNames()));
+  command->add_option("--bits", options->bits_file, "take the bits from this file of 0 and 1")
+      ->excludes(pattern);
+  command->add_option("--format", options->format, "file format")
+      ->capture_default_str()
+      ->check(ChoiceOf(WritableFormats()));
+  command->add_option("--complement", options->complement,
+                      "write a single-ended pair: OUT the positive half, this file the negative");
+  command->callback([options, exit_code] { *exit_code = RunSynth(*options); });
+}
+
+}  // namespace app

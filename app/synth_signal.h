@@ -1,0 +1,189 @@
+// NRZ signals of known truth: every edge lies at an exact, real-valued time, and what was put into
+// the signal is told beside it. Knows nothing of files, options or of the measuring library, so
+// that tests and benchmarks can make captures with it too.
+#ifndef VOMO_APP_SYNTH_SIGNAL_H
+#define VOMO_APP_SYNTH_SIGNAL_H
+
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace app {
+
+enum class Pattern { kClock, kPrbs7, kPrbs9, kPrbs15, kPrbs23, kPrbs31, kBits };
+
+struct PatternName {
+  const char *name;
+  Pattern pattern;
+};
+std::span<const PatternName> PatternNames();
+
+// All times in seconds, voltages in volts, frequencies in hertz; SynthParameters() defines each.
+struct SynthSpec {
+  double bit_rate = 8e9;
+  double samples_per_ui = 16;
+  double edge_time = 0;
+  double swing = 0.8;
+  double rj_rms = 0;
+  double sj_amplitude = 0;
+  double sj_frequency = 0;
+  double dirac_distance = 0;
+  double duty_cycle_distortion = 0;
+  double noise_rms = 0;
+  double ssc_depth = 0;
+  double ssc_rate = 0;
+  uint64_t ui_count = 1'000'000;
+  uint64_t seed = 1;
+  Pattern pattern = Pattern::kPrbs7;
+  std::vector<uint8_t> bits;  // of Pattern::kBits: 0 or 1 each, repeated from the start at the end
+
+  double unit_interval() const { return 1 / bit_rate; }
+  double sample_interval() const { return 1 / (bit_rate * samples_per_ui); }
+};
+
+// The one list of the real-valued settings: name, unit, meaning, permitted range (ends included).
+struct SynthParameter {
+  const char *name;
+  const char *unit;
+  const char *definition;
+  double SynthSpec::*value;
+  double low, high;
+};
+std::span<const SynthParameter> SynthParameters();
+
+// A setting outside its range, told by name.
+class SynthError : public std::invalid_argument {
+ public:
+  using std::invalid_argument::invalid_argument;
+};
+
+// Figures of a sequence as it was really drawn; mean, rms and extremes are 0 for an empty one.
+class SequenceStats {
+ public:
+  void Add(double value);
+  uint64_t count() const { return count_; }
+  double mean() const { return mean_; }
+  double rms() const;  // about the mean
+  double min() const { return min_; }
+  double max() const { return max_; }
+
+ private:
+  uint64_t count_ = 0;
+  double mean_ = 0, squares_ = 0, min_ = 0, max_ = 0;
+};
+
+struct SynthTruth {
+  uint64_t sample_count = 0;
+  uint64_t rising_edges = 0, falling_edges = 0;
+  uint64_t held_edges = 0;  // would have come before their predecessor and were held at it
+  double first_edge = 0, last_edge = 0;     // seconds from sample 0
+  SequenceStats rj, sj, dirac, dcd, total;  // displacements of the edges, seconds
+  SequenceStats noise;                      // volts, one for each sample
+};
+
+// Edge in units of samples from sample 0; step is +1 for a rising and -1 for a falling edge.
+struct SynthEdge {
+  double position;
+  int step;
+};
+
+// xoshiro256++ with a stream number, so that switching one disturbance on leaves the others' values
+// as they were; Gaussian values by the polar method. The same on every machine.
+class RandomStream {
+ public:
+  RandomStream(uint64_t seed, uint64_t stream);
+  uint64_t Bits();
+  double Uniform();  // [0, 1)
+  double Gaussian();
+
+ private:
+  uint64_t state_[4];
+  double spare_ = 0;
+  bool has_spare_ = false;
+};
+
+class BitSource {
+ public:
+  explicit BitSource(const SynthSpec &spec);
+  int Next();
+
+ private:
+  Pattern pattern_;
+  std::vector<uint8_t> bits_;
+  size_t position_ = 0;
+  int length_ = 0, tap_ = 0;
+  uint32_t state_ = 0;
+};
+
+// Edges of the signal in time order; bit i begins at i unit intervals, bit 0 has no edge before it.
+class EdgeSource {
+ public:
+  EdgeSource(const SynthSpec &spec, SynthTruth *truth);
+  std::optional<SynthEdge> Next();
+
+ private:
+  double Displacement(double nominal_s, int step);
+
+  SynthSpec spec_;
+  SynthTruth *truth_;
+  BitSource bits_;
+  RandomStream rj_, dirac_;
+  uint64_t ui_ = 0;
+  int level_;
+  double last_position_ = 0;
+};
+
+// Start of unit interval `ui` in units of the nominal interval, with the spread spectrum in it.
+double NominalPosition(const SynthSpec &spec, double ui);
+
+// Duration of the edge ramp: as given, or the default when the spec leaves it 0.
+double ResolvedEdgeTime(const SynthSpec &spec);
+
+// Delivers the samples in order, in pieces of any size. Memory does not grow with the length.
+class SignalSynth {
+ public:
+  explicit SignalSynth(const SynthSpec &spec);  // throws SynthError
+  SignalSynth(const SignalSynth &) = delete;
+  SignalSynth &operator=(const SignalSynth &) = delete;
+
+  uint64_t sample_count() const { return truth_.sample_count; }
+  // Fills the next samples and returns their number, 0 at the end.
+  size_t Next(std::span<float> out);
+  // Complete when all samples have been taken.
+  const SynthTruth &truth() const { return truth_; }
+  // From now on each edge is appended when the samples reach its ramp.
+  void RecordEdges(std::vector<SynthEdge> *edges) { record_ = edges; }
+
+ private:
+  void UpdateMovingEdges();
+  uint64_t NextChange() const;
+  void Render(uint64_t begin, uint64_t end, float *out) const;
+
+  SynthSpec spec_;
+  SynthTruth truth_;
+  EdgeSource edge_source_;
+  RandomStream noise_;
+  std::vector<SynthEdge> *record_ = nullptr;
+  std::optional<SynthEdge> upcoming_;
+  std::deque<SynthEdge> moving_;  // edges whose ramp holds the present sample
+  int settled_level_;             // -1 or +1 before the moving edges
+  double half_ramp_;              // in samples
+  uint64_t cursor_ = 0;
+};
+
+// A whole capture at once.
+struct SynthCapture {
+  std::vector<float> samples;
+  std::vector<SynthEdge> edges;
+  SynthTruth truth;
+};
+SynthCapture Synthesize(const SynthSpec &spec);
+
+}  // namespace app
+
+#endif
