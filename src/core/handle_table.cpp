@@ -72,11 +72,16 @@ uint64_t HandleGeneration() {
   return g_table.generation;
 }
 
-Block Block::Allocate(uint64_t count, uint64_t element_size) {
+Block Block::TryAllocate(uint64_t count, uint64_t element_size) {
   void *memory = nullptr;
   const VomoHandle handle = Vomo_AllocateElements(count, element_size, &memory);
-  if (handle == 0) throw std::bad_alloc();
-  return Block(memory, handle);
+  return handle != 0 ? Block(memory, handle) : Block();
+}
+
+Block Block::Allocate(uint64_t count, uint64_t element_size) {
+  Block block = TryAllocate(count, element_size);
+  if (!block) throw std::bad_alloc();
+  return block;
 }
 
 }  // namespace vomo

@@ -47,6 +47,8 @@ class Block {
 
   // Throws std::bad_alloc, which the boundary guard reports as a failed allocation.
   static Block Allocate(uint64_t count, uint64_t element_size);
+  // Yields an owner of nothing instead, for the few callers with a word or an order of their own.
+  static Block TryAllocate(uint64_t count, uint64_t element_size);
 
   explicit operator bool() const { return handle_ != 0; }
   void *memory() const { return memory_; }
