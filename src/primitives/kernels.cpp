@@ -1,7 +1,7 @@
 // One text for all processor levels: the build compiles it once for each, with VOMO_KERNEL_LEVEL
-// naming the level. Everything but the table is internal to the translation unit, and nothing with
-// external linkage is instantiated here: a shared inline function compiled for a high level could
-// otherwise be the copy that the linker keeps for all.
+// naming the namespace of its table. Everything but the table is internal to the translation unit,
+// and nothing with external linkage is instantiated here: a shared inline function compiled for a
+// high level could otherwise be the copy that the linker keeps for all.
 #include "primitives/kernels.h"
 
 #if defined(__x86_64__)
@@ -15,9 +15,6 @@
 #else
 #define VOMO_INDEPENDENT _Pragma("GCC ivdep")
 #endif
-
-#define VOMO_JOIN_(a, b) a##b
-#define VOMO_JOIN(a, b) VOMO_JOIN_(a, b)
 
 namespace vomo {
 namespace {
@@ -441,55 +438,55 @@ void FindBandMasks(const float *samples, uint32_t count, float threshold, uint64
 
 }  // namespace
 
-namespace VOMO_JOIN(kernels_, VOMO_KERNEL_LEVEL) {
+namespace VOMO_KERNEL_LEVEL {
 
-  const Kernels kTable = {
-      .set_32f = Set<float>,
-      .set_64f = Set<double>,
-      .widen = Widen,
-      .narrow = Narrow,
-      .to_complex_32f = ToComplex<float>,
-      .to_complex_64f = ToComplex<double>,
-      .ramp = Ramp,
+const Kernels kTable = {
+    .set_32f = Set<float>,
+    .set_64f = Set<double>,
+    .widen = Widen,
+    .narrow = Narrow,
+    .to_complex_32f = ToComplex<float>,
+    .to_complex_64f = ToComplex<double>,
+    .ramp = Ramp,
 
-      .add_32f = Combine<float, Sum>,
-      .add_64f = Combine<double, Sum>,
-      .subtract_32f = Combine<float, SecondMinusFirst>,
-      .subtract_64f = Combine<double, SecondMinusFirst>,
-      .multiply_64f = Combine<double, Product>,
-      .multiply_32fc = CombineComplex<float, ComplexProduct>,
-      .multiply_64fc = CombineComplex<double, ComplexProduct>,
-      .divide_64fc = CombineComplex<double, ComplexQuotient>,
+    .add_32f = Combine<float, Sum>,
+    .add_64f = Combine<double, Sum>,
+    .subtract_32f = Combine<float, SecondMinusFirst>,
+    .subtract_64f = Combine<double, SecondMinusFirst>,
+    .multiply_64f = Combine<double, Product>,
+    .multiply_32fc = CombineComplex<float, ComplexProduct>,
+    .multiply_64fc = CombineComplex<double, ComplexProduct>,
+    .divide_64fc = CombineComplex<double, ComplexQuotient>,
 
-      .scale_32f = CombineConstant<float, Product>,
-      .scale_64f = CombineConstant<double, Product>,
-      .add_const_32f = CombineConstant<float, Sum>,
-      .add_const_64f = CombineConstant<double, Sum>,
-      .const_minus_64f = CombineConstant<double, SecondMinusFirst>,
-      .scale_32fc = CombineComplexConstant<float, ComplexProduct>,
-      .scale_64fc = CombineComplexConstant<double, ComplexProduct>,
-      .divide_const_32fc = CombineComplexConstant<float, ComplexQuotient>,
-      .divide_const_64fc = CombineComplexConstant<double, ComplexQuotient>,
-      .add_const_64fc = CombineComplexConstant<double, ComplexSum>,
+    .scale_32f = CombineConstant<float, Product>,
+    .scale_64f = CombineConstant<double, Product>,
+    .add_const_32f = CombineConstant<float, Sum>,
+    .add_const_64f = CombineConstant<double, Sum>,
+    .const_minus_64f = CombineConstant<double, SecondMinusFirst>,
+    .scale_32fc = CombineComplexConstant<float, ComplexProduct>,
+    .scale_64fc = CombineComplexConstant<double, ComplexProduct>,
+    .divide_const_32fc = CombineComplexConstant<float, ComplexQuotient>,
+    .divide_const_64fc = CombineComplexConstant<double, ComplexQuotient>,
+    .add_const_64fc = CombineComplexConstant<double, ComplexSum>,
 
-      .magnitude_32fc = Magnitude<float>,
-      .magnitude_64fc = Magnitude<double>,
-      .log10_32f = Log10,
-      .first_not_positive_32f = FirstNotPositive<float>,
-      .first_not_positive_64f = FirstNotPositive<double>,
+    .magnitude_32fc = Magnitude<float>,
+    .magnitude_64fc = Magnitude<double>,
+    .log10_32f = Log10,
+    .first_not_positive_32f = FirstNotPositive<float>,
+    .first_not_positive_64f = FirstNotPositive<double>,
 
-      .sum_32f = SumOf<float>,
-      .sum_64f = SumOf<double>,
-      .squared_deviations_32f = SquaredDeviations<float>,
-      .squared_deviations_64f = SquaredDeviations<double>,
-      .sum_16s = IntegerSum<int16_t, int32_t, 65536>,
-      .sum_32s = IntegerSum<int32_t, int64_t, INT64_MAX>,
-      .max_16s = Largest,
-      .extremes_32f = FindExtremes<float>,
-      .extremes_64f = FindExtremes<double>,
+    .sum_32f = SumOf<float>,
+    .sum_64f = SumOf<double>,
+    .squared_deviations_32f = SquaredDeviations<float>,
+    .squared_deviations_64f = SquaredDeviations<double>,
+    .sum_16s = IntegerSum<int16_t, int32_t, 65536>,
+    .sum_32s = IntegerSum<int32_t, int64_t, INT64_MAX>,
+    .max_16s = Largest,
+    .extremes_32f = FindExtremes<float>,
+    .extremes_64f = FindExtremes<double>,
 
-      .band_masks = FindBandMasks,
-  };
+    .band_masks = FindBandMasks,
+};
 
-}  // namespace )
+}  // namespace VOMO_KERNEL_LEVEL
 }  // namespace vomo

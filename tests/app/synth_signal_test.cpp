@@ -21,7 +21,8 @@ std::vector<unsigned> Bits(Pattern pattern, size_t count) {
 }
 
 TEST(BitSource, Prbs7StartsWithTheKnownBits) {
-  // x^7 + x^6 + 1 from all ones, worked out by hand: each bit is the sum of those 7 and 6 before it.
+  // x^7 + x^6 + 1 from all ones, worked out by hand: each bit is the sum of those 7 and 6 before
+  // it.
   std::string text;
   for (const unsigned bit : Bits(Pattern::kPrbs7, 48)) text += bit != 0 ? "1" : "0";
   EXPECT_EQ(text, "111111100000010000011000010100011110010001011001");
@@ -82,8 +83,8 @@ TEST(RandomStream, GaussianMomentsAndTails) {
     beyond_2 += std::abs(x) > 2;
     beyond_4 += std::abs(x) > 4;
   }
-  // Five standard deviations of each estimate: the mean and the product of two streams have variance
-  // 1/n, the second moment 2/n, the fourth 96/n, a count n p.
+  // Five standard deviations of each estimate: the mean and the product of two streams have
+  // variance 1/n, the second moment 2/n, the fourth 96/n, a count n p.
   const double root = std::sqrt(static_cast<double>(kCount));
   EXPECT_NEAR(sum / kCount, 0, 5 / root);
   EXPECT_NEAR(cross / kCount, 0, 5 / root);
@@ -114,8 +115,9 @@ SynthSpec EverythingOn() {
 TEST(SignalSynth, StraightLinesMeetZeroAtTheEdges) {
   const SynthCapture capture = Synthesize(EverythingOn());
   ASSERT_EQ(capture.edges.size(), capture.truth.rising_edges + capture.truth.falling_edges);
-  // A sample's float rounding is at most 2^-25 of the half swing, and the ramp climbs the half swing
-  // in half its length (0.15 UI = 1.7 samples): two such errors move the crossing by 1e-7 samples.
+  // A sample's float rounding is at most 2^-25 of the half swing, and the ramp climbs the half
+  // swing in half its length (0.15 UI = 1.7 samples): two such errors move the crossing by 1e-7
+  // samples.
   for (const SynthEdge &edge : capture.edges) {
     const auto before = static_cast<size_t>(edge.position);
     const double a = capture.samples[before], b = capture.samples[before + 1];
@@ -164,12 +166,13 @@ TEST(SignalSynth, SinusoidAndDutyCycleFollowTheirDefinitions) {
   ASSERT_EQ(capture.edges.size(), 4999u);
   for (size_t i = 0; i < capture.edges.size(); ++i) {
     const double nominal_s = static_cast<double>(i + 1) * 125e-12;
-    const double expected = nominal_s + 6e-12 * std::sin(2 * std::numbers::pi * 12.5e6 * nominal_s) -
+    const double expected = nominal_s +
+                            6e-12 * std::sin(2 * std::numbers::pi * 12.5e6 * nominal_s) -
                             2e-12 * capture.edges[i].step;
     ASSERT_NEAR(capture.edges[i].position * spec.sample_interval(), expected, 1e-20) << i;
   }
-  // 12.5 MHz in 8 Gb/s is a whole 640 UI: over whole periods the rms is the peak / sqrt 2; the rest of
-  // a period among 5000 edges moves it by less than 1 %.
+  // 12.5 MHz in 8 Gb/s is a whole 640 UI: over whole periods the rms is the peak / sqrt 2; the rest
+  // of a period among 5000 edges moves it by less than 1 %.
   EXPECT_NEAR(capture.truth.sj.rms(), 6e-12 / std::numbers::sqrt2, 6e-14);
   EXPECT_NEAR(capture.truth.dcd.max() - capture.truth.dcd.min(), 4e-12, 1e-24);
 }
@@ -187,8 +190,8 @@ TEST(SignalSynth, SpreadSpectrumIsTheIntegralOfItsTriangle) {
   for (int ui = 0; ui < 600'000; ++ui) {
     position += 0.5 * (interval(ui) + interval(ui + 1));
     if (ui % 50'000 == 0) {
-      // A corner inside one UI costs less than depth * periods_per_ui = 2e-8 UI, twice a period; the
-      // sum of 600,000 terms rounds by less than 1e-5.
+      // A corner inside one UI costs less than depth * periods_per_ui = 2e-8 UI, twice a period;
+      // the sum of 600,000 terms rounds by less than 1e-5.
       ASSERT_NEAR(NominalPosition(spec, ui + 1), position, 1e-5) << ui;
     }
   }
@@ -206,8 +209,8 @@ TEST(SignalSynth, TruthTellsWhatWasDrawn) {
   EXPECT_EQ(truth.held_edges, 0u);
   // Five standard deviations of an rms estimate: 5 / sqrt(2 n).
   EXPECT_NEAR(truth.rj.rms(), 2e-12, 2e-12 * 5 / std::sqrt(2 * edges));
-  EXPECT_NEAR(truth.noise.rms(), 0.01, 0.01 * 5 / std::sqrt(2.0 * static_cast<double>(
-                                                                    truth.sample_count)));
+  EXPECT_NEAR(truth.noise.rms(), 0.01,
+              0.01 * 5 / std::sqrt(2.0 * static_cast<double>(truth.sample_count)));
   EXPECT_NEAR(truth.dirac.rms(), 2e-12, 2e-12 * 5 / std::sqrt(edges));
   // The parts are independent, so their variances add up; covariances of 10,000 values stay below
   // 5 % of the greatest product.

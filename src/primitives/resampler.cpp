@@ -1,0 +1,254 @@
+#include "primitives/resampler.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <limits>
+#include <memory>
+#include <new>
+#include <numbers>
+#include <vector>
+
+#include "primitives/status_text.h"
+
+namespace vomo {
+namespace {
+
+// Modified Bessel function of the first kind and order 0, by its power series.
+double BesselI0(double a) {
+  double term = 1, sum = 1;
+  for (int i = 1; term >= 1e-17 * sum; ++i) {
+    const double factor = a / 2 / i;
+    term *= factor * factor;
+    sum += term;
+  }
+  return sum;
+}
+
+double Sinc(double z) {
+  const double angle = std::numbers::pi * z;
+  return angle == 0 ? 1 : std::sin(angle) / angle;
+}
+
+// The filter's impulse response, for tau input samples between output and tap: 1 at its peak.
+class Response {
+ public:
+  Response(int32_t length, double cutoff, double alpha)
+      : length_(length), cutoff_(cutoff), alpha_(alpha), peak_(BesselI0(alpha)) {}
+
+  // Holds up to half a length on either side.
+  double operator()(double tau) const {
+    const double x = 2 * tau / length_;
+    const double window = BesselI0(alpha_ * std::sqrt(std::max(0.0, 1 - x * x))) / peak_;
+    return Sinc(cutoff_ * tau) * window;
+  }
+
+  // Standard deviation, in input samples, of the Gaussian that the window resembles at its peak.
+  double WindowWidth() const { return length_ / (2 * std::sqrt(alpha_)); }
+
+ private:
+  double length_, cutoff_, alpha_, peak_;
+};
+
+constexpr float kLargestAlpha = 700;
+constexpr int32_t kLongestFilter = 1 << 16;  // its table takes 42 MB
+
+constexpr int kOrder = 10;  // coefficients of a polynomial piece
+
+// The weights of all taps as a function of the output's place between two input samples.
+//
+// Taps lie one input sample apart, so all see the same place: the gap is cut into pieces, and in
+// each piece every tap has a polynomial of its own in the place x from -1 to 1 within the piece.
+// The response is an entire function of tau, and pieces are no longer than an eighth of a sample
+// and a quarter of the window's width, which keeps the polynomials within 1e-15 of the peak: the
+// sine's part of the error is below 2 (pi / 32)^10 / 10! = 5e-17, the window's, as of a Gaussian,
+// 2 (1 / 16)^10 945 / 10! = 5e-16.
+class WeightTable {
+ public:
+  WeightTable(const Response &response, int32_t length)
+      : length_(length),
+        pieces_(std::max(8, static_cast<int>(std::ceil(4 / response.WindowWidth())))),
+        coefficients_(std::size_t(pieces_) * kOrder * std::size_t(length)) {
+    for (int piece = 0; piece < pieces_; ++piece) {
+      for (int32_t tap = 0; tap < length; ++tap) FitPiece(response, piece, tap);
+    }
+  }
+
+  // Writes the weight of each tap for an output at the given fraction, 0 up to 1, of the gap.
+  template <int kTaps>
+  void Evaluate(double fraction, double *weights) const {
+    const int32_t taps = kTaps != 0 ? kTaps : length_;
+    const double place = fraction * pieces_;
+    const int piece = std::min(static_cast<int>(place), pieces_ - 1);
+    const double x = 2 * (place - piece) - 1;
+    const double *row = coefficients_.data() + Row(piece, kOrder - 1);
+    for (int32_t tap = 0; tap < taps; ++tap) weights[tap] = row[tap];
+    for (int order = kOrder - 2; order >= 0; --order) {
+      row -= length_;
+      for (int32_t tap = 0; tap < taps; ++tap) weights[tap] = weights[tap] * x + row[tap];
+    }
+    // Half a length away the response has ended; only the last tap gets there.
+    if (fraction == 0) weights[taps - 1] = 0;
+  }
+
+ private:
+  // Where the coefficients of one order begin, one for each tap.
+  std::size_t Row(int piece, std::size_t order) const {
+    return (std::size_t(piece) * kOrder + order) * std::size_t(length_);
+  }
+
+  // Interpolates at the Chebyshev nodes.
+  void FitPiece(const Response &response, int piece, int32_t tap) {
+    std::array<double, kOrder> values;
+    for (int node = 0; node < kOrder; ++node) {
+      const double x = std::cos(std::numbers::pi * (node + 0.5) / kOrder);
+      const double fraction = (piece + 0.5 + x / 2) / pieces_;
+      values[std::size_t(node)] = response(fraction + (length_ / 2 - 1 - tap));
+    }
+    const std::array<double, kOrder> powers = PowersThrough(values);
+    for (std::size_t order = 0; order < kOrder; ++order) {
+      coefficients_[Row(piece, order) + std::size_t(tap)] = powers[order];
+    }
+  }
+
+  // Power coefficients of the polynomial with the given values at the Chebyshev nodes.
+  static std::array<double, kOrder> PowersThrough(const std::array<double, kOrder> &values) {
+    std::array<double, kOrder> powers = {}, previous = {}, current = {1};
+    for (int n = 0; n < kOrder; ++n) {
+      double projection = 0;
+      for (int node = 0; node < kOrder; ++node) {
+        projection +=
+            values[std::size_t(node)] * std::cos(std::numbers::pi * n * (node + 0.5) / kOrder);
+      }
+      projection *= (n == 0 ? 1.0 : 2.0) / kOrder;
+      // T(n + 1) = 2 x T(n) - T(n - 1), but T(1) = x T(0).
+      std::array<double, kOrder> next = {};
+      for (std::size_t k = 0; k < kOrder; ++k) {
+        powers[k] += projection * current[k];
+        const double shifted = k == 0 ? 0 : current[k - 1];
+        next[k] = (n == 0 ? 1 : 2) * shifted - previous[k];
+      }
+      previous = current;
+      current = next;
+    }
+    return powers;
+  }
+
+  int32_t length_;
+  int pieces_;
+  std::vector<double> coefficients_;
+};
+
+}  // namespace
+
+struct ResamplerState {
+  ResamplerState(int32_t in, int32_t out, int32_t taps, double roll_off, double alpha)
+      : in_rate(in),
+        out_rate(out),
+        length(taps),
+        weights(Response(taps, roll_off * std::min(1.0, double{1} * out / in), alpha), taps),
+        scratch(std::size_t(taps)) {}
+
+  // Input position of output m, for the first one at the given time.
+  double Position(double time, int64_t m) const {
+    return time + static_cast<double>(m * in_rate) / out_rate;
+  }
+
+  int32_t in_rate, out_rate, length;
+  WeightTable weights;
+  std::vector<double> scratch;  // one weight for each tap
+};
+
+namespace {
+
+// Number of outputs with a position below the length; exact in integers for a whole time.
+int64_t CountOutputs(const ResamplerState &state, double time, int32_t length) {
+  if (time >= length) return 0;
+  if (time == std::floor(time)) {
+    const int64_t left = length - static_cast<int64_t>(time);
+    return (left * state.out_rate + state.in_rate - 1) / state.in_rate;
+  }
+  auto count = static_cast<int64_t>((length - time) * state.out_rate / state.in_rate);
+  while (count > 0 && state.Position(time, count - 1) >= length) --count;
+  while (state.Position(time, count) < length) ++count;
+  return count;
+}
+
+// The input, continued beyond its ends by its first and last sample.
+struct Input {
+  // Mean of the samples under the taps, of which the first lies on the given index.
+  template <int kTaps>
+  double WeightedMean(const double *weights, int32_t tap_count, int64_t first, double norm) const {
+    const int32_t taps = kTaps != 0 ? kTaps : tap_count;
+    double weighted = 0, total = 0;
+    const bool inside = first >= 0 && first + taps <= length;
+    for (int32_t tap = 0; tap < taps; ++tap) {
+      const int64_t index = inside ? first + tap : std::clamp<int64_t>(first + tap, 0, length - 1);
+      weighted += weights[tap] * samples[index];
+      total += weights[tap];
+    }
+    return norm * weighted / total;
+  }
+
+  const float *samples;
+  int32_t length;
+};
+
+// kTaps is the filter's length where it is known when compiling, else 0.
+template <int kTaps>
+void Interpolate(ResamplerState &state, const Input &input, double time, double norm, float *dst,
+                 int64_t count) {
+  std::array<double, kTaps> fixed;
+  double *weights = kTaps != 0 ? fixed.data() : state.scratch.data();
+  for (int64_t m = 0; m < count; ++m) {
+    const double position = state.Position(time, m);
+    const double base = std::floor(position);
+    state.weights.Evaluate<kTaps>(position - base, weights);
+    const int64_t first = static_cast<int64_t>(base) - state.length / 2 + 1;
+    dst[m] = static_cast<float>(input.WeightedMean<kTaps>(weights, state.length, first, norm));
+  }
+}
+
+}  // namespace
+
+int32_t ResamplerCreate(ResamplerState **ppState, int32_t iInRate, int32_t iOutRate,
+                        int32_t iLength, float fRoll, float fAlpha, int32_t) {
+  if (ppState == nullptr) return kNullPtrError;
+  if (iInRate < 1 || iOutRate < 1 || iLength < 2 || iLength % 2 != 0) return kSizeError;
+  if (!(fRoll > 0 && fRoll <= 1) || !(fAlpha > 0 && fAlpha <= kLargestAlpha)) return kBadArgError;
+  if (iLength > kLongestFilter) return kMemAllocError;
+  try {
+    *ppState = new ResamplerState(iInRate, iOutRate, iLength, double{fRoll}, double{fAlpha});
+  } catch (const std::bad_alloc &) {
+    return kMemAllocError;
+  }
+  return kNoError;
+}
+
+int32_t ResamplerRun(ResamplerState *pState, const float *pSrc, int32_t iLen, float *pDst,
+                     float fNorm, double *pTime, int32_t *pOutLen) {
+  if (iLen <= 0) return kSizeError;
+  if (pState == nullptr || pSrc == nullptr || pDst == nullptr || pTime == nullptr ||
+      pOutLen == nullptr) {
+    return kNullPtrError;
+  }
+  if (!(*pTime >= 0) || *pOutLen < 0) return kBadArgError;
+  const int64_t count = CountOutputs(*pState, *pTime, iLen);
+  if (count > std::numeric_limits<int32_t>::max() - *pOutLen) return kSizeError;
+  const auto interpolate = pState->length == 4   ? Interpolate<4>
+                           : pState->length == 8 ? Interpolate<8>
+                                                 : Interpolate<0>;
+  interpolate(*pState, {pSrc, iLen}, *pTime, double{fNorm}, pDst + *pOutLen, count);
+  *pTime = pState->Position(*pTime, count);
+  *pOutLen += static_cast<int32_t>(count);
+  return kNoError;
+}
+
+int32_t ResamplerFree(ResamplerState *pState) {
+  if (pState == nullptr) return kNullPtrError;
+  delete pState;
+  return kNoError;
+}
+
+}  // namespace vomo
