@@ -9,25 +9,18 @@
 #include "primitives/vec.h"
 
 namespace vomo {
-namespace {
 
-// The samples lie behind the record on the next 32-byte boundary of the block.
-constexpr uint64_t kRecordBytes = (sizeof(VomoWaveform) + 31) / 32 * 32;
-
-Block MakeWaveform(uint32_t sample_count, double sample_interval_s, const float *source) {
+BlockOf<VomoWaveform> NewWaveform(uint32_t sample_count, double sample_interval_s) {
+  // The samples lie behind the record on the next 32-byte boundary of the block.
+  constexpr uint64_t kRecordBytes = (sizeof(VomoWaveform) + 31) / 32 * 32;
   const uint64_t sample_bytes = uint64_t{sample_count} * sizeof(float);
   Block block = Block::Allocate(kRecordBytes + sample_bytes, 1);
   auto *samples = reinterpret_cast<float *>(static_cast<char *>(block.memory()) + kRecordBytes);
-  *static_cast<VomoWaveform *>(block.memory()) = {sample_count, sample_interval_s, samples, 0, 0};
-  if (source != nullptr) {
-    std::memcpy(samples, source, sample_bytes);
-  } else {
-    std::memset(samples, 0, sample_bytes);
-  }
-  return block;
+  auto *record = static_cast<VomoWaveform *>(block.memory());
+  *record = {sample_count, sample_interval_s, samples, 0, 0};
+  return BlockOf<VomoWaveform>(record, block.Release());
 }
 
-}  // namespace
 }  // namespace vomo
 
 using namespace vomo;
@@ -37,9 +30,14 @@ extern "C" VomoStatus Vomo_Get_Waveform(uint32_t ulNumSamples, const float *pfSo
                                         VomoHandle *phWaveform) noexcept {
   if (ppsWaveform == nullptr || phWaveform == nullptr) return Vomo_STATUS_PARAM_NOT_VALID;
   return Guarded([&] {
-    Block block = MakeWaveform(ulNumSamples, dSampleInterval, pfSource);
-    *ppsWaveform = static_cast<VomoWaveform *>(block.memory());
-    *phWaveform = block.Release();
+    auto waveform = NewWaveform(ulNumSamples, dSampleInterval);
+    const uint64_t sample_bytes = uint64_t{ulNumSamples} * sizeof(float);
+    if (pfSource != nullptr) {
+      std::memcpy(waveform->pfSamples, pfSource, sample_bytes);
+    } else {
+      std::memset(waveform->pfSamples, 0, sample_bytes);
+    }
+    waveform.Deliver(ppsWaveform, phWaveform);
     return Vomo_STATUS_SUCCESS;
   });
 }

@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "core/handle_table.h"
+
 namespace vomo {
 
 // Visible and hidden samples together, in 64 bits.
@@ -21,6 +23,10 @@ inline float *FirstStoredSample(const VomoWaveform &waveform) {
 inline bool HasSamples(const VomoWaveform *waveform) {
   return waveform != nullptr && waveform->ulNumSamples != 0 && waveform->pfSamples != nullptr;
 }
+
+// A record and its samples in one block, the samples not set: for whoever writes all of them.
+// Throws std::bad_alloc when there is no memory or no handle.
+BlockOf<VomoWaveform> NewWaveform(uint32_t sample_count, double sample_interval_s);
 
 }  // namespace vomo
 
