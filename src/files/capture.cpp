@@ -1,0 +1,49 @@
+#include "files/capture.h"
+
+#include <cstring>
+#include <new>
+
+#include "core/status.h"
+
+namespace vomo {
+
+VomoStatus OpenCapture(const CaptureFormat &format, const char *file_name, FileCursor *file) {
+  Vomo_Set_Error_Context(file_name);
+  if (!file->Open(file_name)) return Vomo_STATUS_FILE_READ_ERROR;
+  uint8_t head[kHeadBytes];
+  const auto bytes = static_cast<size_t>(file->Read(head, sizeof head));
+  file->Seek(0);
+  const bool known = format.probe(FieldView({head, bytes}, ByteOrder::kLittle));
+  return known ? Vomo_STATUS_SUCCESS : Vomo_STATUS_FILE_READ_ERROR;
+}
+
+void MakeRecord(const ReadRequest &request, uint64_t count, double interval_s, Capture *capture) {
+  if (count > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
+  capture->count = static_cast<uint32_t>(count);
+  if (request.early_interval_s != nullptr) *request.early_interval_s = interval_s;
+  if (request.early_count != nullptr) *request.early_count = capture->count;
+  capture->waveform = NewWaveform(capture->count, interval_s);
+}
+
+void MakeRecord(const ReadRequest &request, uint64_t count, double interval_s, const float *samples,
+                Capture *capture) {
+  MakeRecord(request, count, interval_s, capture);
+  std::memcpy(capture->waveform->pfSamples, samples, count * sizeof(float));
+}
+
+VomoStatus ReadSingle(const CaptureFormat &format, const ReadRequest &request,
+                      double *pdSampleInterval, uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
+                      VomoHandle *phWaveform) {
+  if (pulNumSamples == nullptr || ppsWaveform == nullptr || phWaveform == nullptr) {
+    return Vomo_STATUS_PARAM_NOT_VALID;
+  }
+  Capture capture;
+  const VomoStatus status = format.read(request, &capture);
+  if (status != Vomo_STATUS_SUCCESS) return status;
+  if (pdSampleInterval != nullptr) *pdSampleInterval = capture.waveform->dSampleInterval;
+  *pulNumSamples = capture.count;
+  capture.waveform.Deliver(ppsWaveform, phWaveform);
+  return Vomo_STATUS_SUCCESS;
+}
+
+}  // namespace vomo
