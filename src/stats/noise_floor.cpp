@@ -9,10 +9,16 @@
 namespace vomo {
 namespace {
 
-// Segment lengths and the points at which the next length takes over.
+// Segment lengths and the last points at which a segment of the first and second length may begin.
 struct SegmentPlan {
   uint32_t length1, length2, length3;  // at least 1
   uint32_t limit1, limit2;
+
+  // A long segment can pass both limits at once: the second length is then never used.
+  uint32_t LengthAt(uint32_t start) const {
+    if (start <= limit1) return length1;
+    return start <= limit2 ? length2 : length3;
+  }
 };
 
 SegmentPlan PlanSegments(const VomoNoiseFloorAlgParams &params, uint32_t count,
@@ -75,18 +81,11 @@ double SegmentFloor(const VomoNoiseFloorAlgParams &params, const double *magnitu
 void FlattenToFloor(const VomoNoiseFloorAlgParams &params, const SegmentPlan &plan,
                     double *magnitudes, uint32_t count) {
   Selection selection;
-  uint32_t length = plan.length1, limit = plan.limit1;
-  bool more_stages = true;
   for (uint32_t start = 0; start < count;) {
-    length = std::min(length, count - start);
+    const uint32_t length = std::min(plan.LengthAt(start), count - start);
     const double floor = SegmentFloor(params, magnitudes + start, length, selection);
     std::fill_n(magnitudes + start, length, floor);
     start += length;
-    if (!more_stages || start <= limit) continue;
-    // A long segment can pass both cutoffs at once: the second length is then never used.
-    more_stages = start <= plan.limit2;
-    length = more_stages ? plan.length2 : plan.length3;
-    limit = plan.limit2;
   }
 }
 

@@ -65,6 +65,7 @@ TEST(NoiseFloor, SegmentsChangeTheirLengthAtTheCutoffs) {
        {2, 2, 2, 3, 3, 4, 4}},
       {"the last segment is cut", 9, 2, 5, 2, 2, 4, {2, 2, 2, 3}},
       {"the second stage is passed over", 12, 2, 4, 6, 2, 3, {6, 3, 3}},
+      {"a segment ends at the second cutoff", 12, 2, 4, 4, 2, 3, {4, 2, 3, 3}},
       {"cutoffs above the spectrum", 7, 100, 200, 3, 2, 2, {3, 3, 1}},
       {"a segment beyond the spectrum", 5, 100, 200, kInf, 2, 2, {5}},
       {"a range below one bin is one point", 4, 100, 200, 0.25, 2, 2, {1, 1, 1, 1}},
