@@ -1,8 +1,10 @@
 // One text for all processor levels: the build compiles it once for each, with VOMO_KERNEL_LEVEL
 // naming the namespace of its table. Everything but the table is internal to the translation unit,
-// and nothing with external linkage is instantiated here: a shared inline function compiled for a
+// and no function with external linkage is used here: a shared inline function compiled for a
 // high level could otherwise be the copy that the linker keeps for all.
 #include "primitives/kernels.h"
+
+#include <utility>
 
 #if defined(__x86_64__)
 #include <immintrin.h>
@@ -28,6 +30,40 @@ constexpr int kVectorBytes = 16;
 #endif
 
 constexpr float kLargestFloat = __FLT_MAX__;
+
+// ---- Vectors as wide as the level's registers ----
+
+template <class T, int kBytes = kVectorBytes>
+struct SimdOf {
+  typedef T type __attribute__((vector_size(kBytes)));
+};
+template <class T>
+using Simd = typename SimdOf<T>::type;
+template <class T>
+using HalfSimd = typename SimdOf<T, kVectorBytes / 2>::type;
+template <class Vector>
+constexpr int kLanesOf = static_cast<int>(sizeof(Vector) / sizeof(Vector{}[0]));
+template <class T>
+constexpr int kWidth = kLanesOf<Simd<T>>;
+
+template <class Vector, class T>
+Vector LoadVector(const T *src) {
+  Vector vector;
+  __builtin_memcpy(&vector, src, sizeof vector);
+  return vector;
+}
+
+template <class To, class From>
+To Converted(From vector) {
+  return __builtin_convertvector(vector, To);
+}
+
+inline Simd<double> LoadDoubles(const double *src) {
+  return LoadVector<Simd<double>>(src);
+}
+inline Simd<double> LoadDoubles(const float *src) {
+  return Converted<Simd<double>>(LoadVector<HalfSimd<float>>(src));
+}
 
 // ---- Fill, copy and conversion ----
 
@@ -103,48 +139,99 @@ T Product(T a, T b) {
   return a * b;
 }
 
-template <class T>
-struct Complex {
-  T re, im;
+// ---- Complex arithmetic ----
+//
+// On vectors of alternating real and imaginary parts. Written out, since a compiler that finds the
+// pattern in a scalar loop may fuse its products and sums even where contraction is off, and a
+// level with fused operations would then round otherwise than one without.
+
+// Lane k of the result is lane index(k) of a, or of b for an index beyond a's lanes.
+template <class Vector, class Index, int... k>
+Vector Shuffle(Vector a, Vector b, Index index, std::integer_sequence<int, k...>) {
+  return __builtin_shufflevector(a, b, index(k)...);
+}
+template <class Vector, class Index>
+Vector Shuffle(Vector a, Vector b, Index index) {
+  return Shuffle(a, b, index, std::make_integer_sequence<int, kLanesOf<Vector>>());
+}
+
+template <class Vector>
+Vector RealParts(Vector a) {
+  return Shuffle(a, a, [](int k) { return k & ~1; });
+}
+template <class Vector>
+Vector ImaginaryParts(Vector a) {
+  return Shuffle(a, a, [](int k) { return k | 1; });
+}
+template <class Vector>
+Vector Swapped(Vector a) {
+  return Shuffle(a, a, [](int k) { return k ^ 1; });
+}
+template <class Vector>
+Vector Merged(Vector real, Vector imaginary) {
+  return Shuffle(real, imaginary, [](int k) { return k % 2 == 0 ? k : k + kLanesOf<Vector>; });
+}
+
+struct ComplexSum {
+  template <class Vector>
+  Vector operator()(Vector a, Vector b) const {
+    return a + b;
+  }
 };
 
-template <class T>
-Complex<T> ComplexSum(Complex<T> a, Complex<T> b) {
-  return {a.re + b.re, a.im + b.im};
-}
-template <class T>
-Complex<T> ComplexProduct(Complex<T> a, Complex<T> b) {
-  return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
-}
+struct ComplexProduct {
+  template <class Vector>
+  Vector operator()(Vector a, Vector b) const {
+    const Vector straight = a * RealParts(b);
+    const Vector crossed = Swapped(a) * ImaginaryParts(b);
+    return Merged(straight - crossed, straight + crossed);
+  }
+};
+
 // In double for both types, rounded once.
-template <class T>
-Complex<T> ComplexQuotient(Complex<T> a, Complex<T> b) {
-  const double a_re = a.re, a_im = a.im, b_re = b.re, b_im = b.im;
-  const double norm = b_re * b_re + b_im * b_im;
-  return {static_cast<T>((a_re * b_re + a_im * b_im) / norm),
-          static_cast<T>((a_im * b_re - a_re * b_im) / norm)};
+struct ComplexQuotient {
+  Simd<double> operator()(Simd<double> a, Simd<double> b) const {
+    const Simd<double> straight = a * RealParts(b);
+    const Simd<double> crossed = Swapped(a) * ImaginaryParts(b);
+    const Simd<double> squares = b * b;
+    return Merged(straight + crossed, straight - crossed) / (squares + Swapped(squares));
+  }
+  HalfSimd<float> operator()(HalfSimd<float> a, HalfSimd<float> b) const {
+    const auto wide = (*this)(Converted<Simd<double>>(a), Converted<Simd<double>>(b));
+    return Converted<HalfSimd<float>>(wide);
+  }
+};
+
+// Whole vectors first; the last scalars go through one that is filled up with zeros.
+template <class Vector, class T, class Operation, class... Sources>
+void CombineVectors(T *dst, int64_t count, Operation operation, const Sources *...sources) {
+  constexpr int kLanes = kLanesOf<Vector>;
+  int64_t done = 0;
+  for (; count - done >= kLanes; done += kLanes) {
+    const Vector result = operation(LoadVector<Vector>(sources + done)...);
+    __builtin_memcpy(dst + done, &result, sizeof result);
+  }
+  if (done == count) return;
+  const auto bytes = static_cast<uint64_t>(count - done) * sizeof(T);
+  const auto load = [bytes](const T *src) {
+    Vector vector = {};
+    __builtin_memcpy(&vector, src, bytes);
+    return vector;
+  };
+  const Vector result = operation(load(sources + done)...);
+  __builtin_memcpy(dst + done, &result, bytes);
 }
 
-template <class T>
-Complex<T> Load(const T *scalars, int64_t index) {
-  return {scalars[2 * index], scalars[2 * index + 1]};
-}
-template <class T>
-void Store(Complex<T> value, T *scalars, int64_t index) {
-  scalars[2 * index] = value.re;
-  scalars[2 * index + 1] = value.im;
-}
-
-template <class T, Complex<T> (*Operation)(Complex<T>, Complex<T>)>
+template <class Vector, class Operation, class T>
 void CombineComplex(const T *a, const T *b, T *dst, int64_t count) {
-  VOMO_INDEPENDENT
-  for (int64_t i = 0; i < count; ++i) Store(Operation(Load(a, i), Load(b, i)), dst, i);
+  CombineVectors<Vector>(dst, 2 * count, Operation(), a, b);
 }
 
-template <class T, Complex<T> (*Operation)(Complex<T>, Complex<T>)>
+template <class Vector, class Operation, class T>
 void CombineComplexConstant(const T *src, T re, T im, T *dst, int64_t count) {
-  VOMO_INDEPENDENT
-  for (int64_t i = 0; i < count; ++i) Store(Operation(Load(src, i), {re, im}), dst, i);
+  const Vector value = Merged(Vector{} + re, Vector{} + im);
+  CombineVectors<Vector>(
+      dst, 2 * count, [value](Vector x) { return Operation()(x, value); }, src);
 }
 
 // ---- Functions of the elements ----
@@ -210,30 +297,6 @@ int64_t FirstNotPositive(const T *src, int64_t count) {
 }
 
 // ---- Reductions ----
-
-template <class T, int kBytes = kVectorBytes>
-struct SimdOf {
-  typedef T type __attribute__((vector_size(kBytes)));
-};
-template <class T>
-using Simd = typename SimdOf<T>::type;
-template <class T>
-constexpr int kWidth = kVectorBytes / static_cast<int>(sizeof(T));
-
-template <class Vector, class T>
-Vector LoadVector(const T *src) {
-  Vector vector;
-  __builtin_memcpy(&vector, src, sizeof vector);
-  return vector;
-}
-
-inline Simd<double> LoadDoubles(const double *src) {
-  return LoadVector<Simd<double>>(src);
-}
-inline Simd<double> LoadDoubles(const float *src) {
-  return __builtin_convertvector(LoadVector<typename SimdOf<float, kVectorBytes / 2>::type>(src),
-                                 Simd<double>);
-}
 
 // Sum of term(element) in double. Element i belongs to lane i modulo kLanes and the lanes are added
 // pairwise at the end, whatever the width of the vectors that carry them.
@@ -454,20 +517,20 @@ const Kernels kTable = {
     .subtract_32f = Combine<float, SecondMinusFirst>,
     .subtract_64f = Combine<double, SecondMinusFirst>,
     .multiply_64f = Combine<double, Product>,
-    .multiply_32fc = CombineComplex<float, ComplexProduct>,
-    .multiply_64fc = CombineComplex<double, ComplexProduct>,
-    .divide_64fc = CombineComplex<double, ComplexQuotient>,
+    .multiply_32fc = CombineComplex<Simd<float>, ComplexProduct>,
+    .multiply_64fc = CombineComplex<Simd<double>, ComplexProduct>,
+    .divide_64fc = CombineComplex<Simd<double>, ComplexQuotient>,
 
     .scale_32f = CombineConstant<float, Product>,
     .scale_64f = CombineConstant<double, Product>,
     .add_const_32f = CombineConstant<float, Sum>,
     .add_const_64f = CombineConstant<double, Sum>,
     .const_minus_64f = CombineConstant<double, SecondMinusFirst>,
-    .scale_32fc = CombineComplexConstant<float, ComplexProduct>,
-    .scale_64fc = CombineComplexConstant<double, ComplexProduct>,
-    .divide_const_32fc = CombineComplexConstant<float, ComplexQuotient>,
-    .divide_const_64fc = CombineComplexConstant<double, ComplexQuotient>,
-    .add_const_64fc = CombineComplexConstant<double, ComplexSum>,
+    .scale_32fc = CombineComplexConstant<Simd<float>, ComplexProduct>,
+    .scale_64fc = CombineComplexConstant<Simd<double>, ComplexProduct>,
+    .divide_const_32fc = CombineComplexConstant<HalfSimd<float>, ComplexQuotient>,
+    .divide_const_64fc = CombineComplexConstant<Simd<double>, ComplexQuotient>,
+    .add_const_64fc = CombineComplexConstant<Simd<double>, ComplexSum>,
 
     .magnitude_32fc = Magnitude<float>,
     .magnitude_64fc = Magnitude<double>,
