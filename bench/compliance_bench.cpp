@@ -1,0 +1,88 @@
+// The whole run and its heart, the interval analysis.
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "captures.h"
+#include "core/handle_table.h"
+#include "support/run_settings.h"
+
+namespace {
+
+using vomo_bench::Capture;
+using vomo_bench::WaveformOf;
+using vomo_test::RunSettings;
+
+// Peak resident memory since the last reset, in bytes, as the system counts it.
+double PeakMemory() {
+  std::ifstream status("/proc/self/status");
+  for (std::string word; status >> word;) {
+    if (word != "VmHWM:") continue;
+    double kilobytes = 0;
+    status >> kilobytes;
+    return kilobytes * 1024;
+  }
+  return 0;
+}
+
+void ResetPeakMemory() {
+  std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+void WholeRun(benchmark::State &state) {
+  const app::SynthCapture &capture = Capture(static_cast<uint64_t>(state.range(0)));
+  VomoWaveform waveform = WaveformOf(capture);
+  VomoComplianceResults results{};
+  const auto run = [&] {
+    return Vomo_GENERAL_COMPLIANCE_NO_EYE(&waveform, nullptr, RunSettings(), &results, nullptr);
+  };
+  Vomo_Handle_Free_All();
+  ResetPeakMemory();
+  const double before = PeakMemory();
+  if (run() != 0 || std::fabs(results.dRjRMS / 1.5e-12 - 1) > 0.2) {
+    return state.SkipWithError("not measured");
+  }
+  const double taken = PeakMemory() - before;
+  for (auto _ : state) run();
+  state.counters["samples/s"] = benchmark::Counter(
+      static_cast<double>(state.range(0) * state.iterations()), benchmark::Counter::kIsRate);
+  state.counters["taken/samples"] = taken / (4.0 * static_cast<double>(state.range(0)));
+  state.counters["taken_MB"] = taken / 1e6;
+}
+
+void IntervalAnalysis(benchmark::State &state) {
+  constexpr double kSigma = 1.5e-12;
+  std::mt19937_64 random(1);
+  std::normal_distribution<double> normal(0, kSigma);
+  std::vector<double> sequence(static_cast<size_t>(state.range(0)));
+  for (double &v : sequence) v = normal(random);
+  VomoComplianceResults results{};
+  results.dUnitInterval = vomo_test::kUnitInterval;
+  const auto run = [&] {
+    return Vomo_GENERAL_COMPLIANCE_NO_EYE_INTERVALS(
+        sequence.data(), static_cast<uint32_t>(sequence.size()), RunSettings(), &results, nullptr,
+        nullptr, nullptr);
+  };
+  if (run() != 0 || std::fabs(results.dRjRMS / kSigma - 1) > 0.02) {
+    return state.SkipWithError("not measured");
+  }
+  for (auto _ : state) run();
+  state.counters["UI/s"] = benchmark::Counter(
+      static_cast<double>(state.range(0) * state.iterations()), benchmark::Counter::kIsRate);
+}
+
+constexpr int64_t kSmall = 1'000'000, kMedium = 10'000'000, kLarge = 50'000'000;
+BENCHMARK(WholeRun)->Arg(kSmall)->Arg(kMedium)->Arg(kLarge)->Unit(benchmark::kMillisecond);
+// A smooth length, the awkward one beside it, and larger ones of both kinds.
+BENCHMARK(IntervalAnalysis)
+    ->Arg(1'000'000)
+    ->Arg(1'000'003)
+    ->Arg(5'000'000)
+    ->Arg(5'000'011)
+    ->Unit(benchmark::kMillisecond);
+
+}  // namespace

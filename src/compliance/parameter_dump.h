@@ -1,0 +1,14 @@
+// The text record of a run's settings.
+#ifndef VOMO_COMPLIANCE_PARAMETER_DUMP_H
+#define VOMO_COMPLIANCE_PARAMETER_DUMP_H
+
+#include <vomo.h>
+
+namespace vomo {
+
+// Appends the settings to pcParameterDumpFile; does nothing if that is NULL.
+void Vomo_DumpParameters(const VomoComplianceParams &parameters);
+
+}  // namespace vomo
+
+#endif
