@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numbers>
 #include <vector>
 
 #include "core/handle_table.h"
@@ -52,51 +53,87 @@ VomoStatus Measure(Capture &capture, const VomoComplianceParams &parameters,
                                         nullptr);
 }
 
-// Time interval error at the real edges, from their true times: against the mean unit interval, the
-// first edge at 0.
-std::vector<double> TrueTie(const app::SynthCapture &capture, double sample_interval) {
+// Largest less smallest time interval error at the real edges, from their true times and the given
+// unit interval. The mean is off all but the first edge's value, which is 0.
+double TrueTiePeakPeak(const app::SynthCapture &capture, double sample_interval,
+                       double unit_interval) {
   std::vector<double> tie;
-  const double first = capture.edges.front().position * sample_interval;
-  const double last = capture.edges.back().position * sample_interval;
-  const double count = std::round((last - first) / kUnitInterval);
+  double sum = 0;
   for (const app::SynthEdge &edge : capture.edges) {
-    const double time = edge.position * sample_interval - first;
-    tie.push_back(time - std::round(time / kUnitInterval) * (last - first) / count);
+    const double time = (edge.position - capture.edges[0].position) * sample_interval;
+    tie.push_back(time - std::round(time / unit_interval) * unit_interval);
+    sum += tie.back();
   }
-  return tie;
+  const double mean = sum / static_cast<double>(tie.size() - 1);
+  const auto [low, high] = std::minmax_element(tie.begin() + 1, tie.end());
+  return std::max(*high - mean, 0.0) - std::min(*low - mean, 0.0);
 }
 
+// Edge times are read off floats: half a rounding of 0.4 V on an edge that climbs 0.1 V or more
+// from sample to sample.
+constexpr double kEdgeTimeError = 0.4 / 0.1 / 33554432 * kUnitInterval / 10;
+
+// Virtual edges lie on the line between two real ones and so carry less than their variance: of a
+// gap of r unit intervals the r entries hold 1 + (r - 1)(2 r - 1) / (3 r) of r variances. With gaps
+// of r distributed as 2^-r that sums up to 4/3 + ln 2 / 3 over 2 unit intervals.
+const double kRandomDataKeeps = std::sqrt((4.0 + std::numbers::ln2) / 6.0);
+
 TEST_F(GeneralCompliance, MeasuresWhatWasPutIn) {
+  const auto kClock = app::Pattern::kClock, kData = app::Pattern::kPrbs15;
+  // Jitter in picoseconds; Rj is given to the run where known_rj is set.
   const struct {
     const char *name;
+    app::Pattern pattern;
     double samples_per_ui, rj, sj, dirac;
-    uint32_t phase_error;
+    bool least_squares, known_rj;
+    double rj_expected, rj_tolerance, dj_low, dj_high;
   } cases[] = {
-      {"random alone", 10, 1.5e-12, 0, 0, Vomo_PHASE_ERROR_MEAN},
-      {"random alone, least squares", 12.34, 1.5e-12, 0, 0, Vomo_PHASE_ERROR_LEAST_SQUARES},
-      {"random and sinusoidal", 10, 1.0e-12, 5e-12, 0, Vomo_PHASE_ERROR_MEAN},
-      {"random and two Diracs", 16, 1.0e-12, 0, 8e-12, Vomo_PHASE_ERROR_MEAN},
+      // Rj: a deviation of 200000 values is off by 0.16 %, the noise floor takes 0.36 %, a tone
+      // between two bins leaves some of its skirt. Dj: the last bins hold five hits or more, so
+      // they
+      // are off by 45 % or less, 0.45 / Q = 0.11 Rj at Q = 4; the bins cut off in front of them
+      // raise Q by ln 2 / Q = 0.17 Rj at most: 0.28 Rj on either side.
+      {"noise on a clock", kClock, 10, 1.5, 0, 0, false, false, 1.5, 0.015, -0.84, 0.84},
+      {"odd sample rate, least squares", kClock, 12.34, 1.5, 0, 0, true, false, 1.5, 0.015, -0.84,
+       0.84},
+      // The rms of a mixture of variances falls short of its tails, which the fit counts as Dj.
+      {"noise on data", kData, 10, 1.5, 0, 0, false, false, 1.5 * kRandomDataKeeps, 0.015, -0.84,
+       2 * 4 * 1.5 * (1 - kRandomDataKeeps) + 0.84},
+      // A sine's two Diracs lie inside its peaks: its density near them is no step.
+      {"noise and a sine on a clock", kClock, 10, 1.0, 5, 0, false, false, 1.0, 0.03, 7, 10},
+      // Half the weight in each Dirac moves its line inwards by ln 2 / Q.
+      {"two Diracs, Rj known", kClock, 16, 1.0, 0, 8, false, true, 1.0, 0, 8 - 2 * 0.45,
+       8 + 2 * 0.28},
+      {"two Diracs on data, Rj known", kData, 16, 1.0, 0, 8, true, true, 1.0, 0, 8 - 2 * 0.45,
+       8 + 2 * 0.28},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.name);
     app::SynthSpec spec = Signal(200000, c.samples_per_ui);
-    spec.rj_rms = c.rj;
-    spec.sj_amplitude = c.sj;
+    spec.pattern = c.pattern;
+    spec.rj_rms = c.rj * 1e-12;
+    spec.sj_amplitude = c.sj * 1e-12;
     spec.sj_frequency = 97e6;
-    spec.dirac_distance = c.dirac;
+    spec.dirac_distance = c.dirac * 1e-12;
     Capture capture(spec);
     VomoComplianceParams parameters = RunSettings();
-    parameters.ePhaseErrorIntervalType = c.phase_error;
+    if (c.least_squares) parameters.ePhaseErrorIntervalType = Vomo_PHASE_ERROR_LEAST_SQUARES;
+    if (c.known_rj) parameters.dRjRMSInput = spec.rj_rms;
     VomoComplianceResults r{};
     ASSERT_EQ(Measure(capture, parameters, r), 0u);
-    const std::vector<double> tie = TrueTie(capture.synthesized, spec.sample_interval());
-    const auto [low, high] = std::minmax_element(tie.begin(), tie.end());
-    EXPECT_NEAR(r.dUnitInterval, kUnitInterval, 4 * (c.rj + c.sj + c.dirac) / 1e5);
-    EXPECT_NEAR(r.dTIEPeakPeak, *high - *low, 0.02 * (*high - *low));
-    EXPECT_DOUBLE_EQ(r.dFirstCrossoverTime,
-                     capture.synthesized.edges[0].position * spec.sample_interval());
-    printf("%s: Rj %g Dj %g Tj %g pp %g\n", c.name, r.dRjRMS, r.dDjDeltaDelta, r.dTjPeakPeak,
-           r.dPeakPeakJitter);
+
+    EXPECT_NEAR(r.dUnitInterval, kUnitInterval, 10 * (c.rj + c.sj + c.dirac) * 1e-12 / 200000);
+    EXPECT_NEAR(r.dFirstCrossoverTime,
+                capture.synthesized.edges[0].position * spec.sample_interval(), kEdgeTimeError);
+    // The means of the virtual edges' values and the real ones' differ by less than a hundredth.
+    const double tie_peak_peak =
+        TrueTiePeakPeak(capture.synthesized, spec.sample_interval(), r.dUnitInterval);
+    EXPECT_NEAR(r.dTIEPeakPeak, tie_peak_peak, 0.005 * tie_peak_peak);
+    EXPECT_NEAR(r.dRjRMS, c.rj_expected * 1e-12, c.rj_tolerance * c.rj_expected * 1e-12);
+    EXPECT_GE(r.dDjDeltaDelta, c.dj_low * 1e-12);
+    EXPECT_LE(r.dDjDeltaDelta, c.dj_high * 1e-12);
+    EXPECT_NEAR(r.dTjPeakPeak, r.dDjDeltaDelta - 2 * kTargetQ * r.dRjRMS, 1e-9 * r.dTjPeakPeak);
+    EXPECT_DOUBLE_EQ(r.dDualDiracLeft + r.dDualDiracRight, r.dDjDeltaDelta);
   }
 }
 
