@@ -1361,8 +1361,8 @@ typedef struct VomoDualPortClockResults {
  * NOT_ENOUGH_UI for a clock of fewer than ulMinUIForOfficialTest edges; otherwise the error word of
  * the stage that failed.
  *
- * Not there yet in this version: complement, S-parameters, CTLE, DFE, eye stage and parameter dump
- * are passed over, and a Gen3 run is NOT_IMPLEMENTED. */
+ * Not there yet in this version: S-parameters, CTLE, DFE, eye stage and parameter dump are passed
+ * over, and a Gen3 run is NOT_IMPLEMENTED. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWaveform *psComplement,
                                             VomoComplianceParams sParameters,
                                             VomoComplianceResults *psResults, void *pvPassThrough,
