@@ -856,6 +856,20 @@ VOMO_API VomoStatus VomoFIND_POSITIVE_AND_NEGATIVE_VALUES(
     double **ppdPositive, uint32_t *pulNegativeCount, double **ppdNegative,
     VomoHandle *pHandle) VOMO_NOEXCEPT;
 
+/* Flattens the line that spread-spectrum clocking leaves in a spectrum, and its odd harmonics, and
+ * then mirrors the lower half into the upper one (first part as it is, second part negated). No
+ * other function of the library calls it. psSpectrum: ulCount bins, changed in place; dDeltaF hertz
+ * apart. The first part of a bin is its amplitude, read through its absolute value and doubled; the
+ * second is carried along. psSSCSquelchParams: search band and ranges in hertz. The fundamental is
+ * the largest bin of the band; its surroundings become a rising ramp, those of a harmonic one
+ * constant. A fundamental not above dSSC_min_fund_mag, or too near to bin 0, leaves the whole
+ * spectrum as it was. The first harmonic that the spectrum does not hold with its ranges ends the
+ * search for more. A fundamental range of less than one bin gives NaN, as 0 / 0 does. Always
+ * Vomo_STATUS_SUCCESS; a NULL pointer or a count of 0 does nothing. */
+VOMO_API VomoStatus Vomo_SSC_SQUELCH(VomoComplexDouble *psSpectrum, uint32_t ulCount,
+                                     double dDeltaF,
+                                     const VomoSSCSquelchParams *psSSCSquelchParams) VOMO_NOEXCEPT;
+
 /* ============================== Filters and equalisation ==================================== */
 
 /* Orders of VomoGENERATE_SIMPLE_FILTER. */
