@@ -36,7 +36,7 @@ class TextWriter : public CaptureWriter {
   static constexpr size_t kBufferBytes = 1 << 20, kLineBytes = 64;
 
   void Flush() {
-    file_.Write(buffer_.data(), used_);
+    file_.Write({buffer_.data(), used_});
     used_ = 0;
   }
 

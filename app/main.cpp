@@ -16,6 +16,8 @@ int Run(int argc, char **argv) {
   CLI::App cli{"Vomo: signal analysis for high-speed serial links"};
   cli.set_version_flag("--version", VOMO_VERSION);
   cli.require_subcommand(1);
+  app::AddMeasureCommand(cli, &exit_code);
+  app::AddSettingsCommand(cli, &exit_code);
   app::AddSynthCommand(cli, &exit_code);
   try {
     cli.parse(argc, argv);

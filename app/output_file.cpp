@@ -96,13 +96,12 @@ void OutputFile::Discard() {
   temporary_.clear();
 }
 
-void OutputFile::Write(const char *data, size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(descriptor_, data, size);
+void OutputFile::Write(std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t written = write(descriptor_, text.data(), text.size());
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) Fail(errno);
-    data += written;
-    size -= static_cast<size_t>(written);
+    text.remove_prefix(static_cast<size_t>(written));
   }
 }
 
@@ -113,16 +112,6 @@ void OutputFile::Commit() {
   if (!temporary_.empty() && rename(temporary_.c_str(), target_.c_str()) != 0) Fail(errno);
   temporary_.clear();
   Discard();
-}
-
-void WriteTextOutput(const std::filesystem::path &target, std::string_view text) {
-  if (target == "-") {
-    std::fwrite(text.data(), 1, text.size(), stdout);
-    return;
-  }
-  OutputFile file(target);
-  file.Write(text.data(), text.size());
-  file.Commit();
 }
 
 }  // namespace app

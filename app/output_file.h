@@ -21,7 +21,7 @@ class OutputFile {
   OutputFile &operator=(const OutputFile &) = delete;
   ~OutputFile();
 
-  void Write(const char *data, size_t size);
+  void Write(std::string_view text);
   void Commit();
 
  private:
@@ -33,9 +33,6 @@ class OutputFile {
   int descriptor_ = -1;
   int slot_ = -1;
 };
-
-// A whole text at once; the target "-" is the standard output.
-void WriteTextOutput(const std::filesystem::path &target, std::string_view text);
 
 }  // namespace app
 

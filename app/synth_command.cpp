@@ -174,9 +174,10 @@ ExitCode RunSynth(SynthOptions options) {
   options.spec.pattern = Named(PatternNames(), options.pattern).pattern;
   try {
     SignalSynth synth(options.spec);
+    OutputFile truth(options.output + ".truth.json");
     WriteCapture(options, synth);
-    WriteTextOutput(options.output + ".truth.json",
-                    TruthJson(options, synth.truth()).dump(2) + "\n");
+    truth.Write(TruthJson(options, synth.truth()).dump(2) + "\n");
+    truth.Commit();
   } catch (const SynthError &error) {
     throw Failure(ExitCode::kWrongUsage, error.what(), "see vomo synth --help");
   }

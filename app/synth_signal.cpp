@@ -35,8 +35,13 @@ constexpr SynthParameter kParameters[] = {
     {"sj_frequency", "Hz", "frequency f of the sinusoidal displacement", &SynthSpec::sj_frequency,
      0, 1e13},
     {"dirac_distance", "s",
-     "distance of the two values +d/2 and -d/2 of a displacement drawn evenly for each edge",
+     "distance d of the two values +d/2 and -d/2 of a displacement of each edge",
      &SynthSpec::dirac_distance, 0, 1},
+    {"dirac_frequency", "Hz",
+     "frequency at which that displacement changes as a square wave, beginning with +d/2; 0 draws "
+     "it "
+     "evenly for each edge, which a spectrum can't tell from random jitter",
+     &SynthSpec::dirac_frequency, 0, 1e13},
     {"duty_cycle_distortion", "s",
      "rising edges come this much later against falling ones: half of it is added to rising, half "
      "taken from falling edges; a negative value lengthens the high bits",
@@ -97,6 +102,12 @@ uint64_t SplitMix(uint64_t &state) {
   z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9u;
   z = (z ^ (z >> 27)) * 0x94D049BB133111EBu;
   return z ^ (z >> 31);
+}
+
+// Part of its cycle, 0 to 1, that an oscillation from time 0 has gone through.
+double Phase(double frequency, double time_s) {
+  const double cycles = frequency * time_s;
+  return cycles - std::floor(cycles);
 }
 
 // Integral from 0 to x of the triangle that rises from 0 to 1 and falls back within each period 1.
@@ -217,12 +228,13 @@ double EdgeSource::Displacement(double nominal_s, int step) {
   };
   if (spec_.rj_rms > 0) add(truth_->rj, spec_.rj_rms * rj_.Gaussian());
   if (spec_.sj_amplitude > 0) {
-    const double cycles = spec_.sj_frequency * nominal_s;
-    add(truth_->sj,
-        spec_.sj_amplitude * std::sin(2 * std::numbers::pi * (cycles - std::floor(cycles))));
+    const double phase = Phase(spec_.sj_frequency, nominal_s);
+    add(truth_->sj, spec_.sj_amplitude * std::sin(2 * std::numbers::pi * phase));
   }
   if (spec_.dirac_distance > 0) {
-    add(truth_->dirac, (dirac_.Bits() >> 63 ? 0.5 : -0.5) * spec_.dirac_distance);
+    const bool late = spec_.dirac_frequency > 0 ? Phase(spec_.dirac_frequency, nominal_s) < 0.5
+                                                : dirac_.Bits() >> 63 != 0;
+    add(truth_->dirac, (late ? 0.5 : -0.5) * spec_.dirac_distance);
   }
   if (spec_.duty_cycle_distortion != 0) add(truth_->dcd, 0.5 * step * spec_.duty_cycle_distortion);
   return total;

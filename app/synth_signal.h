@@ -33,6 +33,7 @@ struct SynthSpec {
   double sj_amplitude = 0;
   double sj_frequency = 0;
   double dirac_distance = 0;
+  double dirac_frequency = 0;
   double duty_cycle_distortion = 0;
   double noise_rms = 0;
   double ssc_depth = 0;

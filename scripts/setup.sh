@@ -7,7 +7,7 @@ packages=(
   g++ clang cmake ninja-build make git pkg-config
   libfftw3-dev
   libgtest-dev libbenchmark-dev
-  libcli11-dev nlohmann-json3-dev libfmt-dev
+  libcli11-dev nlohmann-json3-dev libfmt-dev nettle-dev
   clang-format clang-tidy libclang-rt-14-dev
 )
 

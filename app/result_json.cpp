@@ -1,0 +1,52 @@
+#include "result_json.h"
+
+#include <vomo.h>
+
+#include "file_hash.h"
+#include "run_records.h"
+
+namespace app {
+namespace {
+
+Json CaptureJson(const Capture &capture) {
+  Json json = {{"file", capture.path()}, {"format", capture.format()}};
+  json["bytes"] = capture.bytes() ? Json(*capture.bytes()) : Json(nullptr);
+  json["sha256"] = capture.bytes() ? Json(FileSha256(capture.path())) : Json(nullptr);
+  json["samples"] = capture.waveform()->ulNumSamples;
+  json["sample_interval"] = capture.waveform()->dSampleInterval;
+  return json;
+}
+
+Json RowJson(const ResultRow &row) {
+  Json json = {{"quantity", row.quantity},
+               {"value", NumberOrNull(row.value)},
+               {"unit", row.unit},
+               {"method", row.method}};
+  if (row.ui_count > 0) json["ui_count"] = row.ui_count;
+  if (row.limit) {
+    json["limit"] = NumberOrNull(*row.limit);
+    json["passed"] = row.passed();
+  }
+  return json;
+}
+
+}  // namespace
+
+Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
+                const std::vector<Capture> &captures, const Json &settings) {
+  Json json = {{"schema", "vomo.measure"}, {"version", 1}, {"library_version", VOMO_VERSION}};
+  for (const Capture &capture : captures) json["captures"].push_back(CaptureJson(capture));
+  bool passed = true;
+  for (const ResultRow &row : rows) {
+    passed = passed && row.passed();
+    json["rows"].push_back(RowJson(row));
+  }
+  json["within_limits"] = passed;
+  json["results"] = RecordToJson(kComplianceResultsType, &outcome.results);
+  json["results_units"] = RecordUnits(kComplianceResultsType);
+  json["settings"] = settings;
+  json["settings_units"] = RecordUnits(kComplianceParamsType);
+  return json;
+}
+
+}  // namespace app

@@ -1,0 +1,20 @@
+// The whole result of a run as JSON.
+#ifndef VOMO_APP_RESULT_JSON_H
+#define VOMO_APP_RESULT_JSON_H
+
+#include <vector>
+
+#include "capture_reader.h"
+#include "record_fields.h"
+#include "result_rows.h"
+
+namespace app {
+
+// Beside the rows that the terminal shows: every field of the results record with its unit, its
+// curves, the settings, and for each capture its size and SHA-256.
+Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
+                const std::vector<Capture> &captures, const Json &settings);
+
+}  // namespace app
+
+#endif

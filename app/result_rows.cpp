@@ -1,0 +1,178 @@
+#include "result_rows.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <numbers>
+
+#include "engineering.h"
+
+namespace app {
+namespace {
+
+uint64_t AllUi(const RunOutcome &run) {
+  return uint64_t{run.results.ulLastIndex} + 1;
+}
+uint64_t TrimmedUi(const RunOutcome &run) {
+  return run.results.ulPointsUsed;
+}
+uint64_t NoUi(const RunOutcome &) {
+  return 0;
+}
+
+// Bit error ratio at the Q of the settings: one Gaussian tail.
+double TargetBer(const RunOutcome &run) {
+  return 0.5 * std::erfc(-run.params.dTargetBERQVal / std::numbers::sqrt2);
+}
+
+std::string ClockMethod(const RunOutcome &run) {
+  return run.params.ePhaseErrorIntervalType == Vomo_PHASE_ERROR_LEAST_SQUARES
+             ? "slope of a line through all edges"
+             : "mean of all intervals";
+}
+
+std::string FilterMethod(const RunOutcome &run) {
+  static constexpr const char *kOrders[] = {"brick-wall",  "first-order",  "second-order",
+                                            "third-order", "fourth-order", "fifth-order",
+                                            "sixth-order", "seventh-order"};
+  const uint32_t order = std::min<uint32_t>(run.params.eFilterOrder, std::size(kOrders) - 1);
+  return fmt::format("{} high pass at {}", kOrders[order],
+                     Engineering(run.params.sFilterParams.dFc, "Hz", 3));
+}
+
+std::string RandomMethod(const RunOutcome &run) {
+  return run.params.dRjRMSInput > 0 ? "as given" : "rms below the noise floor";
+}
+
+std::string AtTarget(const RunOutcome &run, const char *text) {
+  return fmt::format("{} at BER {:.2g}", text, TargetBer(run));
+}
+
+std::string PatternMethod(const RunOutcome &run) {
+  return run.results.ePatChkResult == PATCHK_OK ? "run lengths fit" : "run lengths do not fit";
+}
+
+using Value = double (*)(const RunOutcome &);
+using Text = std::string (*)(const RunOutcome &);
+using Count = uint64_t (*)(const RunOutcome &);
+
+struct RowDefinition {
+  const char *quantity;
+  const char *unit;
+  int digits;
+  Value value;
+  Text method;
+  Count ui_count;
+  Value limit = nullptr;  // a limit of 0 is none
+  bool (*shown)(const RunOutcome &) = [](const RunOutcome &) { return true; };
+};
+
+#define VALUE(expression) \
+  []([[maybe_unused]] const RunOutcome &run) -> double { return expression; }
+#define TEXT(expression) \
+  []([[maybe_unused]] const RunOutcome &run) -> std::string { return expression; }
+
+const RowDefinition kRows[] = {
+    {"Unit interval", "s", 7, VALUE(run.results.dUnitInterval), ClockMethod, AllUi},
+    {"Bit rate", "bit/s", 7, VALUE(1 / run.results.dUnitInterval),
+     TEXT("reciprocal of the unit interval"), AllUi},
+    {"Rate offset", "ppm", 4, VALUE((run.params.dTargetUI / run.results.dUnitInterval - 1) * 1e6),
+     TEXT(fmt::format("against {}", Engineering(1 / run.params.dTargetUI, "bit/s", 4))), AllUi},
+    {"First crossover", "s", 4, VALUE(run.results.dFirstCrossoverTime), TEXT("from sample 0"),
+     NoUi},
+    {"Smallest edge spacing", "s", 4, VALUE(run.results.dMinCrossoverInterval),
+     TEXT("between neighbouring crossovers"), AllUi},
+    {"Edge density", "1/UI", 4, VALUE(run.results.dEdgeDensity), TEXT("crossovers in each UI"),
+     AllUi, nullptr, [](const RunOutcome &run) { return run.params.psPatChkData != nullptr; }},
+    {"Pattern check", "", 1, VALUE(run.results.ePatChkResult == PATCHK_OK ? 0 : 1), PatternMethod,
+     AllUi, VALUE(0),
+     [](const RunOutcome &run) {
+       return run.params.psPatChkData != nullptr && run.params.psPatChkData->ulPatDefCount > 0;
+     }},
+    {"TIE, peak to peak", "s", 4, VALUE(run.results.dTIEPeakPeak),
+     TEXT("against a steady clock, unfiltered"), AllUi},
+    {"Jitter, peak to peak", "s", 4, VALUE(run.results.dPeakPeakJitter), FilterMethod, TrimmedUi,
+     VALUE(run.params.dPeakPeakJitterLimit)},
+    {"Random jitter Rj, rms", "s", 4, VALUE(run.results.dRjRMS), RandomMethod, TrimmedUi,
+     VALUE(run.params.dRjRMSMaxJitterLimit)},
+    {"Rj, standard deviation", "s", 4, VALUE(run.results.dRjStdDev),
+     TEXT("about the mean, below the noise floor"), TrimmedUi},
+    {"Left Dirac", "s", 4, VALUE(-run.results.dDualDiracLeft), TEXT("dual-Dirac fit"), TrimmedUi},
+    {"Right Dirac", "s", 4, VALUE(run.results.dDualDiracRight), TEXT("dual-Dirac fit"), TrimmedUi},
+    {"Deterministic jitter Dj", "s", 4, VALUE(run.results.dDjDeltaDelta),
+     TEXT("distance of the Diracs"), TrimmedUi, VALUE(run.params.dDjDeltaDeltaJitterLimit)},
+    {"Total jitter Tj", "s", 4, VALUE(run.results.dTjPeakPeak),
+     TEXT(AtTarget(run, "dual-Dirac fit")), TrimmedUi, VALUE(run.params.dTjPeakPeakJitterLimit)},
+    {"Eye width", "s", 4, VALUE(run.results.dUnitInterval - run.results.dTjPeakPeak),
+     TEXT(AtTarget(run, "unit interval less Tj")), TrimmedUi},
+    {"Highest voltage", "V", 4, VALUE(run.highest_v), TEXT("greatest sample"), NoUi},
+    {"Lowest voltage", "V", 4, VALUE(run.lowest_v), TEXT("least sample"), NoUi},
+};
+#undef VALUE
+#undef TEXT
+
+constexpr size_t kColumns = 7;
+using Line = std::array<std::string, kColumns>;
+
+Line HeadLine() {
+  return {"quantity", "value", "mUI", "UI", "limit", "", "method"};
+}
+
+Line LineOf(const ResultRow &row, double unit_interval_s) {
+  Line line;
+  line[0] = row.quantity;
+  line[1] = Engineering(row.value, row.unit, row.digits);
+  if (row.unit == "s") line[2] = Engineering(row.value / unit_interval_s * 1e3, "", row.digits);
+  if (row.ui_count > 0) line[3] = fmt::format("{}", row.ui_count);
+  if (row.limit) {
+    line[4] = Engineering(*row.limit, row.unit, row.digits);
+    line[5] = row.passed() ? "pass" : "FAIL";
+  }
+  line[6] = row.method;
+  return line;
+}
+
+std::string Coloured(const std::string &line, bool passed) {
+  return fmt::format("\x1b[{}m{}\x1b[0m", passed ? 32 : 31, line);
+}
+
+}  // namespace
+
+std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
+  std::vector<ResultRow> rows;
+  for (const RowDefinition &definition : kRows) {
+    if (!definition.shown(outcome)) continue;
+    ResultRow row{definition.quantity, definition.value(outcome),  definition.unit,
+                  definition.digits,   definition.method(outcome), definition.ui_count(outcome),
+                  std::nullopt};
+    if (definition.limit != nullptr) {
+      const double limit = definition.limit(outcome);
+      if (limit > 0 || row.unit.empty()) row.limit = limit;
+    }
+    rows.push_back(std::move(row));
+  }
+  return rows;
+}
+
+std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_s, bool colour) {
+  std::vector<Line> lines = {HeadLine()};
+  for (const ResultRow &row : rows) lines.push_back(LineOf(row, unit_interval_s));
+  std::array<size_t, kColumns> widths{};
+  for (const Line &line : lines) {
+    for (size_t c = 0; c < kColumns; ++c) widths[c] = std::max(widths[c], line[c].size());
+  }
+  std::string text;
+  for (size_t i = 0; i < lines.size(); ++i) {
+    const Line &line = lines[i];
+    std::string verdict = fmt::format("{:<{}}", line[5], widths[5]);
+    if (colour && !line[5].empty()) verdict = Coloured(verdict, rows[i - 1].passed());
+    text += fmt::format("{:<{}}  {:>{}}  {:>{}}  {:>{}}  {:>{}}  {}  {}\n", line[0], widths[0],
+                        line[1], widths[1], line[2], widths[2], line[3], widths[3], line[4],
+                        widths[4], verdict, line[6]);
+  }
+  return text;
+}
+
+}  // namespace app

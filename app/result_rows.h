@@ -1,0 +1,38 @@
+// The results of a run as rows for readers: one table says what each row shows.
+#ifndef VOMO_APP_RESULT_ROWS_H
+#define VOMO_APP_RESULT_ROWS_H
+
+#include <vomo.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace app {
+
+struct RunOutcome {
+  const VomoComplianceParams &params;
+  const VomoComplianceResults &results;
+  float lowest_v, highest_v;  // of the signal as measured
+};
+
+struct ResultRow {
+  std::string quantity;
+  double value;
+  std::string unit;
+  int digits;
+  std::string method;
+  uint64_t ui_count;            // how many unit intervals stand behind it, 0 if not counted in them
+  std::optional<double> limit;  // the greatest value that passes
+
+  bool passed() const { return !limit || value <= *limit; }
+};
+
+std::vector<ResultRow> ResultRows(const RunOutcome &outcome);
+
+// The rows as aligned lines; times also in thousandths of the unit interval.
+std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_s, bool colour);
+
+}  // namespace app
+
+#endif

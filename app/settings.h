@@ -1,0 +1,43 @@
+// The settings of a run: built-in sets, files, single fields.
+#ifndef VOMO_APP_SETTINGS_H
+#define VOMO_APP_SETTINGS_H
+
+#include <vomo.h>
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "record_fields.h"
+
+namespace app {
+
+// What the command line says about the settings, applied in this order.
+struct SettingsRequest {
+  std::optional<double> rate;            // bit/s, chooses the built-in set
+  std::string file;                      // JSON with any of the fields
+  std::vector<std::string> assignments;  // key=value, dots between nested keys
+};
+
+// A parameter record with all that its pointers lead to.
+class RunSettings {
+ public:
+  explicit RunSettings(const Json &document);  // throws Failure
+  RunSettings(const RunSettings &) = delete;
+  RunSettings &operator=(const RunSettings &) = delete;
+  const VomoComplianceParams &params() const { return params_; }
+
+ private:
+  RecordStorage storage_;
+  VomoComplianceParams params_ = {};
+};
+
+// The built-in set for a bit rate as a document ready to edit.
+Json BuiltInSettings(double rate);
+
+// The complete, checked document that a request leads to.
+Json ResolveSettings(const SettingsRequest &request);
+
+}  // namespace app
+
+#endif

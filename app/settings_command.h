@@ -1,0 +1,15 @@
+// The options that choose the settings, shared by the subcommands that measure.
+#ifndef VOMO_APP_SETTINGS_COMMAND_H
+#define VOMO_APP_SETTINGS_COMMAND_H
+
+#include <CLI/CLI.hpp>
+
+#include "settings.h"
+
+namespace app {
+
+void AddSettingsOptions(CLI::App *command, SettingsRequest *request);
+
+}  // namespace app
+
+#endif
