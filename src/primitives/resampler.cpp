@@ -56,6 +56,9 @@ constexpr int32_t kLongestFilter = 1 << 16;  // its table takes 42 MB
 
 constexpr int kOrder = 10;  // coefficients of a polynomial piece
 
+// Two neighbouring taps; every filter has an even number of them.
+typedef double Pair __attribute__((vector_size(16)));
+
 // The weights of all taps as a function of the output's place between two input samples.
 //
 // Taps lie one input sample apart, so all see the same place: the gap is cut into pieces, and in
@@ -69,33 +72,33 @@ class WeightTable {
   WeightTable(const Response &response, int32_t length)
       : length_(length),
         pieces_(std::max(8, static_cast<int>(std::ceil(4 / response.WindowWidth())))),
-        coefficients_(std::size_t(pieces_) * kOrder * std::size_t(length)) {
+        coefficients_(Index(pieces_, 0, 0)) {
     for (int piece = 0; piece < pieces_; ++piece) {
       for (int32_t tap = 0; tap < length; ++tap) FitPiece(response, piece, tap);
     }
   }
 
-  // Writes the weight of each tap for an output at the given fraction, 0 up to 1, of the gap.
-  template <int kTaps>
-  void Evaluate(double fraction, double *weights) const {
-    const int32_t taps = kTaps != 0 ? kTaps : length_;
+  // Calls use(index of a pair, its two weights) for all pairs in turn, for an output at the given
+  // fraction, 0 up to 1, of the gap.
+  template <class Use>
+  void ForEachPair(double fraction, Use use) const {
     const double place = fraction * pieces_;
     const int piece = std::min(static_cast<int>(place), pieces_ - 1);
     const double x = 2 * (place - piece) - 1;
-    const double *row = coefficients_.data() + Row(piece, kOrder - 1);
-    for (int32_t tap = 0; tap < taps; ++tap) weights[tap] = row[tap];
-    for (int order = kOrder - 2; order >= 0; --order) {
-      row -= length_;
-      for (int32_t tap = 0; tap < taps; ++tap) weights[tap] = weights[tap] * x + row[tap];
+    const Pair *coefficients = coefficients_.data() + Index(piece, 0, 0);
+    for (int32_t pair = 0; pair < length_ / 2; ++pair, coefficients += kOrder) {
+      Pair weights = coefficients[kOrder - 1];
+      for (int order = kOrder - 2; order >= 0; --order) weights = weights * x + coefficients[order];
+      // Half a length away the response has ended; only the last tap gets there.
+      if (fraction == 0 && pair == length_ / 2 - 1) weights[1] = 0;
+      use(pair, weights);
     }
-    // Half a length away the response has ended; only the last tap gets there.
-    if (fraction == 0) weights[taps - 1] = 0;
   }
 
  private:
-  // Where the coefficients of one order begin, one for each tap.
-  std::size_t Row(int piece, std::size_t order) const {
-    return (std::size_t(piece) * kOrder + order) * std::size_t(length_);
+  std::size_t Index(int piece, int32_t pair, std::size_t order) const {
+    const auto row = static_cast<std::size_t>(piece) * static_cast<std::size_t>(length_ / 2);
+    return (row + static_cast<std::size_t>(pair)) * kOrder + order;
   }
 
   // Interpolates at the Chebyshev nodes.
@@ -108,7 +111,7 @@ class WeightTable {
     }
     const std::array<double, kOrder> powers = PowersThrough(values);
     for (std::size_t order = 0; order < kOrder; ++order) {
-      coefficients_[Row(piece, order) + std::size_t(tap)] = powers[order];
+      coefficients_[Index(piece, tap / 2, order)][tap % 2] = powers[order];
     }
   }
 
@@ -137,7 +140,7 @@ class WeightTable {
 
   int32_t length_;
   int pieces_;
-  std::vector<double> coefficients_;
+  std::vector<Pair> coefficients_;
 };
 
 }  // namespace
@@ -147,8 +150,7 @@ struct ResamplerState {
       : in_rate(in),
         out_rate(out),
         length(taps),
-        weights(Response(taps, roll_off * std::min(1.0, double{1} * out / in), alpha), taps),
-        scratch(std::size_t(taps)) {}
+        weights(Response(taps, roll_off * std::min(1.0, double{1} * out / in), alpha), taps) {}
 
   // Input position of output m, for the first one at the given time.
   double Position(double time, int64_t m) const {
@@ -157,7 +159,6 @@ struct ResamplerState {
 
   int32_t in_rate, out_rate, length;
   WeightTable weights;
-  std::vector<double> scratch;  // one weight for each tap
 };
 
 namespace {
@@ -177,37 +178,27 @@ int64_t CountOutputs(const ResamplerState &state, double time, int32_t length) {
 
 // The input, continued beyond its ends by its first and last sample.
 struct Input {
-  // Mean of the samples under the taps, of which the first lies on the given index.
-  template <int kTaps>
-  double WeightedMean(const double *weights, int32_t tap_count, int64_t first, double norm) const {
-    const int32_t taps = kTaps != 0 ? kTaps : tap_count;
-    double weighted = 0, total = 0;
-    const bool inside = first >= 0 && first + taps <= length;
-    for (int32_t tap = 0; tap < taps; ++tap) {
-      const int64_t index = inside ? first + tap : std::clamp<int64_t>(first + tap, 0, length - 1);
-      weighted += weights[tap] * samples[index];
-      total += weights[tap];
-    }
-    return norm * weighted / total;
+  // The samples at the index and behind it. A pair across an end has twice the end's sample.
+  Pair operator[](int64_t index) const {
+    const int64_t last = length - 1;
+    if (index >= 0 && index < last) return Pair{double{samples[index]}, double{samples[index + 1]}};
+    const double end = samples[index < 0 ? 0 : last];
+    return Pair{end, end};
   }
 
   const float *samples;
   int32_t length;
 };
 
-// kTaps is the filter's length where it is known when compiling, else 0.
-template <int kTaps>
-void Interpolate(ResamplerState &state, const Input &input, double time, double norm, float *dst,
-                 int64_t count) {
-  std::array<double, kTaps> fixed;
-  double *weights = kTaps != 0 ? fixed.data() : state.scratch.data();
-  for (int64_t m = 0; m < count; ++m) {
-    const double position = state.Position(time, m);
-    const double base = std::floor(position);
-    state.weights.Evaluate<kTaps>(position - base, weights);
-    const int64_t first = static_cast<int64_t>(base) - state.length / 2 + 1;
-    dst[m] = static_cast<float>(input.WeightedMean<kTaps>(weights, state.length, first, norm));
-  }
+float Interpolate(const ResamplerState &state, const Input &input, double position, double norm) {
+  const auto base = static_cast<int64_t>(position);
+  const int64_t first = base - state.length / 2 + 1;
+  Pair weighted = {}, total = {};
+  state.weights.ForEachPair(position - static_cast<double>(base), [&](int32_t pair, Pair weights) {
+    weighted += weights * input[first + 2 * int64_t{pair}];
+    total += weights;
+  });
+  return static_cast<float>(norm * (weighted[0] + weighted[1]) / (total[0] + total[1]));
 }
 
 }  // namespace
@@ -226,7 +217,7 @@ int32_t ResamplerCreate(ResamplerState **ppState, int32_t iInRate, int32_t iOutR
   return kNoError;
 }
 
-int32_t ResamplerRun(ResamplerState *pState, const float *pSrc, int32_t iLen, float *pDst,
+int32_t ResamplerRun(const ResamplerState *pState, const float *pSrc, int32_t iLen, float *pDst,
                      float fNorm, double *pTime, int32_t *pOutLen) {
   if (iLen <= 0) return kSizeError;
   if (pState == nullptr || pSrc == nullptr || pDst == nullptr || pTime == nullptr ||
@@ -236,10 +227,10 @@ int32_t ResamplerRun(ResamplerState *pState, const float *pSrc, int32_t iLen, fl
   if (!(*pTime >= 0) || *pOutLen < 0) return kBadArgError;
   const int64_t count = CountOutputs(*pState, *pTime, iLen);
   if (count > std::numeric_limits<int32_t>::max() - *pOutLen) return kSizeError;
-  const auto interpolate = pState->length == 4   ? Interpolate<4>
-                           : pState->length == 8 ? Interpolate<8>
-                                                 : Interpolate<0>;
-  interpolate(*pState, {pSrc, iLen}, *pTime, double{fNorm}, pDst + *pOutLen, count);
+  for (int64_t m = 0; m < count; ++m) {
+    const double position = pState->Position(*pTime, m);
+    pDst[*pOutLen + m] = Interpolate(*pState, {pSrc, iLen}, position, double{fNorm});
+  }
   *pTime = pState->Position(*pTime, count);
   *pOutLen += static_cast<int32_t>(count);
   return kNoError;

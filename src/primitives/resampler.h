@@ -17,7 +17,7 @@ struct ResamplerState;
 int32_t ResamplerCreate(ResamplerState **ppState, int32_t iInRate, int32_t iOutRate,
                         int32_t iLength, float fRoll, float fAlpha, int32_t iHint);
 
-// Resamples a whole array; nothing is remembered between calls, but a state serves one at a time.
+// Resamples a whole array; nothing is remembered between calls.
 // Output m of the call belongs to input position t = *pTime + m * in rate / out rate and lands in
 // pDst[*pOutLen + m], scaled by fNorm. The outputs end before the first t that is not below iLen;
 // *pTime becomes that t and *pOutLen grows by their number. There is no delay, and beyond either
@@ -25,7 +25,7 @@ int32_t ResamplerCreate(ResamplerState **ppState, int32_t iInRate, int32_t iOutR
 // in rate outputs, rounded up; pDst must have room for them and must not overlap the source.
 // Refusals, in this order: iLen -6; NULL -8; a time that is negative or NaN, or a negative
 // *pOutLen, -5; more outputs than *pOutLen can count -6.
-int32_t ResamplerRun(ResamplerState *pState, const float *pSrc, int32_t iLen, float *pDst,
+int32_t ResamplerRun(const ResamplerState *pState, const float *pSrc, int32_t iLen, float *pDst,
                      float fNorm, double *pTime, int32_t *pOutLen);
 
 // NULL gives -8.

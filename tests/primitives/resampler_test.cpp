@@ -182,17 +182,12 @@ TEST(Resampler, RefusedDesigns) {
     Design design;
     int32_t expected;
   } kCases[] = {
-      {{0, 1, 4}, -6},
-      {{1, -1, 4}, -6},
-      {{1, 1, 0}, -6},
-      {{1, 1, 7, kNaN, 9}, -6},
-      {{1, 1, 4, 0, 9}, -5},
-      {{1, 1, 4, 1.01f, 9}, -5},
-      {{1, 1, 4, kNaN, 9}, -5},
-      {{1, 1, 4, 1, 0}, -5},
-      {{1, 1, 4, 1, kNaN}, -5},
-      {{1, 1, 4, 1, std::numeric_limits<float>::infinity()}, -5},
-      {{1, 1, std::numeric_limits<int32_t>::max() - 1}, -9},
+      {{0, 1, 4}, -6},          {{1, -1, 4}, -6},
+      {{1, 1, 0}, -6},          {{1, 1, 7, kNaN, 9}, -6},
+      {{1, 1, 4, 0, 9}, -5},    {{1, 1, 4, 1.01f, 9}, -5},
+      {{1, 1, 4, kNaN, 9}, -5}, {{1, 1, 4, 1, 0}, -5},
+      {{1, 1, 4, 1, kNaN}, -5}, {{1, 1, 4, 1, std::numeric_limits<float>::infinity()}, -5},
+      {{1, 1, 65538}, -9},      {{1, 1, std::numeric_limits<int32_t>::max() - 1}, -9},
   };
   for (const auto &[design, expected] : kCases) {
     ResamplerState *state = nullptr;
