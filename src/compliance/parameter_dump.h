@@ -6,8 +6,8 @@
 
 namespace vomo {
 
-// Appends the settings to pcParameterDumpFile, one "name = value" line each; does nothing if that is
-// NULL or does not open. Never fails a run.
+// Appends the settings to pcParameterDumpFile, one "name = value" line each; does nothing if that
+// is NULL or does not open. Never fails a run.
 void Vomo_DumpParameters(const VomoComplianceParams &parameters);
 
 }  // namespace vomo
