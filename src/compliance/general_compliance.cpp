@@ -1,42 +1,14 @@
 // The library's main entry: from a captured signal to separated jitter and the eye.
-#include <cmath>
-
 #include "compliance/gen3_stages.h"
 #include "compliance/parameter_dump.h"
+#include "compliance/run_stages.h"
 #include "compliance/waveform_preparation.h"
 #include "core/boundary.h"
 #include "core/handle_table.h"
-#include "core/numeric.h"
-#include "eye/eye_stage.h"
 #include "primitives/vec.h"
-#include "stats/jitter_slots.h"
 
 namespace vomo {
 namespace {
-
-constexpr float kCrossoverThreshold = 0.001f;
-constexpr uint32_t kFewestSettlingSamples = 3;
-
-struct EyeOutputs {
-  void *pass_through;
-  uint8_t **point_status;
-  VomoTemplate *plots;
-  VomoTemplate *transition_plots;
-  VomoHistogramData *histogram;
-  VomoHandle *handle;
-};
-
-struct JitterOutputs {
-  uint32_t *count;
-  double **values;
-  VomoHandle *handle;
-};
-
-// Samples for which a crossing must stay beyond the band.
-uint32_t SettlingCount(double settling_time_s, double sample_interval_s) {
-  if (3.0 * sample_interval_s > settling_time_s) return kFewestSettlingSamples;
-  return VomoToU32(std::ceil(settling_time_s / sample_interval_s));
-}
 
 // The state of one run. Every temporary is owned and freed when the next stage has consumed it, or
 // at the run's end.
@@ -62,15 +34,12 @@ class GeneralRun {
  private:
   VomoStatus Prepare(VomoWaveform *waveform, VomoWaveform *complement);
   VomoStatus FindCrossovers();
-  void CheckGen3Blocks();
   VomoStatus MakeClock();
   VomoStatus FitUnitInterval();
   VomoStatus FindIntervalErrors();
   VomoStatus AccumulateErrors();
   VomoStatus AnalyseJitter();
   VomoStatus LastStage(const EyeOutputs &eye);
-  VomoStatus Eye(const EyeOutputs &eye);
-  void Deliver(const JitterOutputs &jitter);
 
   bool LeastSquares() const {
     return parameters_.ePhaseErrorIntervalType == Vomo_PHASE_ERROR_LEAST_SQUARES;
@@ -105,46 +74,34 @@ VomoStatus GeneralRun::Run(VomoWaveform *waveform, VomoWaveform *complement, con
   if (Vomo_STATUS_IS_ERROR(status)) return status;
   status = LastStage(eye);
   if (Vomo_STATUS_IS_ERROR(status)) return status;
-  Deliver(jitter);
+  DeliverJitter(cleaned_, cleaned_count_, jitter);
+  PublishCurves();
+  CopyPublishedCurves(results_);
   return status;
 }
 
 VomoStatus GeneralRun::Prepare(VomoWaveform *waveform, VomoWaveform *complement) {
   settling_count_ = SettlingCount(parameters_.dSettlingTime, waveform->dSampleInterval);
-  const VomoDFEParams *dfe = parameters_.psDFEFilterParams;
-  const uint32_t start_argument =
-      dfe != nullptr ? static_cast<uint32_t>(dfe->iPtsAboveThresh) : settling_count_;
   Vomo_DumpParameters(parameters_);
   if (gen3_) {
     signal_.waveform = waveform;
     return Vomo_STATUS_SUCCESS;
   }
   return Vomo_PrepareWaveform(waveform, complement, &parameters_, parameters_.dTargetUI,
-                              start_argument, &results_, &signal_);
+                              StartArgument(parameters_, settling_count_), &results_, &signal_);
 }
 
 VomoStatus GeneralRun::FindCrossovers() {
   if (!signal_.crossovers) {
-    // Two-part elements are written by the equaliser alone; asking for them here would only have
-    // later stages read what nobody wrote.
-    const uint32_t types = parameters_.eCrossoverTypes & ~uint32_t{CROSSOVER_2PART};
-    const VomoStatus status =
-        Vomo_FIND_CROSSOVERS_EX(signal_.waveform, kCrossoverThreshold, settling_count_, 0,
-                                signal_.waveform->ulNumSamples - 1, parameters_.dTargetUI, types,
-                                signal_.crossovers.pointer(), signal_.crossovers.handle_out(),
-                                nullptr, nullptr, &results_.dMinCrossoverInterval);
+    const VomoStatus status = FindRunCrossovers(
+        *signal_.waveform, settling_count_, parameters_.dTargetUI, parameters_.eCrossoverTypes,
+        signal_.crossovers, &results_.dMinCrossoverInterval);
     if (Vomo_STATUS_IS_ERROR(status)) return status;
     Crossovers().psPatChkData = parameters_.psPatChkData;
   }
   if (Crossovers().ulCount > 0) results_.dFirstCrossoverTime = Crossovers().pdTimes[0];
-  CheckGen3Blocks();
+  CheckGen3Blocks(Crossovers(), parameters_.dTargetUI, results_);
   return Vomo_STATUS_SUCCESS;
-}
-
-// A side result: what the check says does not touch the run.
-void GeneralRun::CheckGen3Blocks() {
-  if (results_.sGen3CheckData.ucEnable != 1) return;
-  Vomo_Gen3Check(&Crossovers(), parameters_.dTargetUI, &results_.sGen3CheckData);
 }
 
 VomoStatus GeneralRun::MakeClock() {
@@ -160,10 +117,7 @@ VomoStatus GeneralRun::MakeClock() {
     if (Vomo_STATUS_IS_ERROR(status)) return status;
   }
   if (gen3_) results_.psGen3Results->psClock = signal_.clock.get();
-  if (parameters_.psPatChkData != nullptr) {
-    results_.dEdgeDensity = parameters_.psPatChkData->dEdgeDensity;
-    results_.ePatChkResult = parameters_.psPatChkData->ePatChkResult;
-  }
+  CopyPatternResults(parameters_, results_);
   return Clock().ulCount < parameters_.ulMinUIForOfficialTest ? Vomo_STATUS_NOT_ENOUGH_UI
                                                               : Vomo_STATUS_SUCCESS;
 }
@@ -223,35 +177,11 @@ VomoStatus GeneralRun::AnalyseJitter() {
 }
 
 VomoStatus GeneralRun::LastStage(const EyeOutputs &eye) {
-  if (!gen3_) return Eye(eye);
+  if (!gen3_) {
+    return RunEyeStage(parameters_, results_, *signal_.waveform, Clock(), cleaned_.get(), eye);
+  }
   return Vomo_MeasureGen3Voltages(signal_.waveform, &Crossovers(), 0, Crossovers().ulCount - 1,
                                   run_lengths_.get(), &parameters_, &results_);
-}
-
-// A caller without a place for the stage's handle gets none of what would lie in that block.
-VomoStatus GeneralRun::Eye(const EyeOutputs &eye) {
-  const bool wanted = eye.handle != nullptr;
-  VomoHandle own_handle = 0;
-  const VomoStatus status =
-      Vomo_EyeStage(&parameters_, &results_, signal_.waveform, signal_.clock.get(),
-                    eye.pass_through, wanted ? eye.point_status : nullptr, cleaned_.get(),
-                    wanted ? eye.plots : nullptr, wanted ? eye.transition_plots : nullptr,
-                    wanted ? eye.histogram : nullptr, wanted ? eye.handle : &own_handle);
-  Vomo_HANDLE_FREE(own_handle);
-  return status;
-}
-
-void GeneralRun::Deliver(const JitterOutputs &jitter) {
-  if (jitter.values != nullptr) {
-    *jitter.count = cleaned_count_;
-    cleaned_.Deliver(jitter.values, jitter.handle);
-  }
-  Vomo_PublishJitterPdf();
-  Vomo_PublishJitterQ();
-  Vomo_PublishJitterSpectrum();
-  results_.sJitterPdf = JitterSlots().pdf.published.record;
-  results_.sJitterQ = JitterSlots().q.published.record;
-  results_.sJitterSpectrum = JitterSlots().spectrum.published.record;
 }
 
 }  // namespace
@@ -267,7 +197,7 @@ extern "C" VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWave
                                               double **ppdJitter, VomoHandle *phJitter) noexcept {
   if (psWaveform == nullptr || psResults == nullptr ||
       (sParameters.psGen3BaseCompParameters == nullptr) != (psResults->psGen3Results == nullptr) ||
-      (ppdJitter != nullptr && (pulJitterCount == nullptr || phJitter == nullptr))) {
+      !vomo::JitterOutputs{pulJitterCount, ppdJitter, phJitter}.AreComplete()) {
     return Vomo_STATUS_PARAM_NOT_VALID;
   }
   return vomo::Guarded([&] {
