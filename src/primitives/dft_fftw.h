@@ -1,4 +1,4 @@
-// The few functions of FFTW that the transforms use, under one name for both precisions.
+// What the transforms take from FFTW, for both precisions: short complex transforms in place.
 #ifndef VOMO_PRIMITIVES_DFT_FFTW_H
 #define VOMO_PRIMITIVES_DFT_FFTW_H
 
@@ -6,16 +6,17 @@
 
 #include <complex>
 #include <cstdint>
-#include <memory>
 #include <mutex>
-#include <type_traits>
 #include <utility>
 
 namespace vomo::fftw {
 
-// FFTW's planner has one state for the whole process: making and destroying plans is serialised.
-// Running a plan needs no lock.
-std::mutex &PlannerMutex();
+// FFTW's planner has one state for the whole process: making and destroying plans takes this lock.
+// Running a plan needs none.
+inline std::mutex &PlannerMutex() {
+  static std::mutex mutex;
+  return mutex;
+}
 
 template <class Real>
 struct Api;
@@ -23,44 +24,36 @@ struct Api;
 template <>
 struct Api<double> {
   using Plan = fftw_plan;
-  static constexpr auto *kComplex = fftw_plan_guru64_dft;
-  static constexpr auto *kToBins = fftw_plan_guru64_dft_r2c;
-  static constexpr auto *kFromBins = fftw_plan_guru64_dft_c2r;
-  static constexpr auto *kRunComplex = fftw_execute_dft;
-  static constexpr auto *kRunToBins = fftw_execute_dft_r2c;
-  static constexpr auto *kRunFromBins = fftw_execute_dft_c2r;
+  static constexpr auto *kMake = fftw_plan_guru64_dft;
+  static constexpr auto *kRun = fftw_execute_dft;
   static constexpr auto *kDestroy = fftw_destroy_plan;
 };
 
 template <>
 struct Api<float> {
   using Plan = fftwf_plan;
-  static constexpr auto *kComplex = fftwf_plan_guru64_dft;
-  static constexpr auto *kToBins = fftwf_plan_guru64_dft_r2c;
-  static constexpr auto *kFromBins = fftwf_plan_guru64_dft_c2r;
-  static constexpr auto *kRunComplex = fftwf_execute_dft;
-  static constexpr auto *kRunToBins = fftwf_execute_dft_r2c;
-  static constexpr auto *kRunFromBins = fftwf_execute_dft_c2r;
+  static constexpr auto *kMake = fftwf_plan_guru64_dft;
+  static constexpr auto *kRun = fftwf_execute_dft;
   static constexpr auto *kDestroy = fftwf_destroy_plan;
 };
 
-// One plan, made for a pair of arrays and run on any other pair of the same alignment, identity and
-// shape. Plans are estimated, never measured: a measured plan depends on what the clock happened to
-// say, and so would the last bits of the results.
+// Forward transforms of count arrays, distance values apart, each of length values, in place.
+//
+// Plans are estimated, never measured: a measured plan depends on what the clock happened to say,
+// and so would the last bits of the results.
 template <class Real>
 class Plan {
  public:
   using Complex = std::complex<Real>;
 
-  // Transforms of length n along one stride, howmany of them along another. Strides count elements.
-  struct Shape {
-    int64_t length = 1;
-    int64_t stride = 1;
-    int64_t howmany = 1;
-    int64_t distance = 0;
-  };
-
   Plan() = default;
+  // values: the array to plan for, on a cache line's boundary; it is not touched.
+  Plan(Complex *values, int64_t length, int64_t count, int64_t distance) {
+    const fftw_iodim64 shape{length, 1, 1}, repeat{count, distance, distance};
+    const std::lock_guard lock(PlannerMutex());
+    plan_ = Api<Real>::kMake(1, &shape, 1, &repeat, Raw(values), Raw(values), FFTW_FORWARD,
+                             FFTW_ESTIMATE);
+  }
   Plan(Plan &&other) noexcept : plan_(std::exchange(other.plan_, nullptr)) {}
   Plan &operator=(Plan &&other) noexcept {
     std::swap(plan_, other.plan_);
@@ -72,45 +65,11 @@ class Plan {
     Api<Real>::kDestroy(plan_);
   }
 
-  // sign: FFTW_FORWARD or FFTW_BACKWARD.
-  static Plan ForComplex(const Shape &shape, Complex *in, Complex *out, int sign) {
-    return Make(Api<Real>::kComplex, shape, Raw(in), Raw(out), sign,
-                FFTW_ESTIMATE | Alignment(in, out));
-  }
-  static Plan ForRealToBins(int64_t length, Real *in, Complex *out) {
-    return Make(Api<Real>::kToBins, {length}, in, Raw(out), FFTW_ESTIMATE | Alignment(in, out));
-  }
-  // The bins are overwritten by a run.
-  static Plan ForBinsToReal(int64_t length, Complex *in, Real *out) {
-    return Make(Api<Real>::kFromBins, {length}, Raw(in), out,
-                FFTW_ESTIMATE | FFTW_DESTROY_INPUT | Alignment(in, out));
-  }
-
-  explicit operator bool() const { return plan_ != nullptr; }
-
-  void Run(Complex *in, Complex *out) const { Api<Real>::kRunComplex(plan_, Raw(in), Raw(out)); }
-  void Run(Real *in, Complex *out) const { Api<Real>::kRunToBins(plan_, in, Raw(out)); }
-  void Run(Complex *in, Real *out) const { Api<Real>::kRunFromBins(plan_, Raw(in), out); }
-
-  // Plans for aligned arrays and for others differ.
-  static bool Aligned(const void *array) { return reinterpret_cast<uintptr_t>(array) % 32 == 0; }
+  // values: any array on a cache line's boundary.
+  void Run(Complex *values) const { Api<Real>::kRun(plan_, Raw(values), Raw(values)); }
 
  private:
   static Real (*Raw(Complex *values))[2] { return reinterpret_cast<Real(*)[2]>(values); }
-
-  static unsigned Alignment(const void *in, const void *out) {
-    return Aligned(in) && Aligned(out) ? 0u : unsigned{FFTW_UNALIGNED};
-  }
-
-  template <class Function, class... Rest>
-  static Plan Make(Function function, const Shape &shape, Rest... rest) {
-    const fftw_iodim64 dim{shape.length, shape.stride, shape.stride};
-    const fftw_iodim64 many{shape.howmany, shape.distance, shape.distance};
-    const std::lock_guard lock(PlannerMutex());
-    Plan result;
-    result.plan_ = function(1, &dim, 1, &many, rest...);
-    return result;
-  }
 
   typename Api<Real>::Plan plan_ = nullptr;
 };
