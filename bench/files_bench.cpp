@@ -11,11 +11,11 @@
 #include <vector>
 
 #include "files/spice_maker.h"
-#include "support/temp_file.h"
+#include "support/memory_file.h"
 
 namespace {
 
-using vomo_test::TempFile;
+using vomo_test::MemoryFile;
 
 // Voltages of an 8 Gb/s signal as far as their text and bytes go: both signs, several exponents.
 float SampleAt(int i) {
@@ -54,7 +54,7 @@ void Check(benchmark::State &state, bool good) {
 void ReadText(benchmark::State &state) {
   const TextCase &text = kTextCases[state.range(0)];
   const std::string content = MakeText(text);
-  const TempFile file(content);
+  const MemoryFile file(content);
   for (auto _ : state) {
     uint32_t count = 0;
     VomoWaveform *waveform = nullptr;
@@ -85,7 +85,7 @@ void ReadSpice(benchmark::State &state) {
     for (int i = 0; i < kBlock; ++i) block[static_cast<size_t>(i)] = SampleAt(start + i);
     maker.Data(block);
   }
-  const TempFile file(maker.bytes());
+  const MemoryFile file(maker.bytes());
   const double interval_s = 12.5e-12;
   for (auto _ : state) {
     uint32_t count = 0;
@@ -105,7 +105,7 @@ BENCHMARK(ReadSpice)->DenseRange(0, 1)->Unit(benchmark::kMillisecond);
 
 // The floor: every byte copied out of the page cache once, in blocks.
 void ReadBytes(benchmark::State &state) {
-  const TempFile file(std::string(size_t{200} << 20, 'x'));
+  const MemoryFile file(std::string(size_t{200} << 20, 'x'));
   std::vector<char> block(256 * 1024);
   for (auto _ : state) {
     std::FILE *stream = std::fopen(file.name(), "rb");

@@ -1,12 +1,10 @@
-// What the fuzz programs share: the bytes of an input as a file with a name, and the seeds.
+// What the fuzz programs share: the seeds, and what is done with a result.
 //
 // A program defines Seeds(), valid small files of its format made in code, and the fuzzer's entry.
 // Called with "--seeds FOLDER" it writes the seeds into the folder and ends.
 #ifndef VOMO_FUZZ_SUPPORT_H
 #define VOMO_FUZZ_SUPPORT_H
 
-#include <sys/mman.h>
-#include <unistd.h>
 #include <vomo.h>
 
 #include <cstdint>
@@ -17,33 +15,11 @@
 #include <string_view>
 #include <vector>
 
+#include "support/memory_file.h"
+
 std::vector<std::string> Seeds();
 
 namespace vomo_fuzz {
-
-// A file in memory that the readers can open by name. One serves for all inputs of a run.
-class MemoryFile {
- public:
-  explicit MemoryFile(const char *label) : descriptor_(memfd_create(label, MFD_CLOEXEC)) {
-    if (descriptor_ < 0) std::abort();
-    name_ = "/proc/self/fd/" + std::to_string(descriptor_);
-  }
-  MemoryFile(const MemoryFile &) = delete;
-  MemoryFile &operator=(const MemoryFile &) = delete;
-  ~MemoryFile() { close(descriptor_); }
-
-  const char *Hold(const uint8_t *data, size_t size) {
-    if (ftruncate(descriptor_, 0) != 0 ||
-        pwrite(descriptor_, data, size, 0) != static_cast<ssize_t>(size)) {
-      std::abort();
-    }
-    return name_.c_str();
-  }
-
- private:
-  int descriptor_;
-  std::string name_;
-};
 
 // A delivered waveform must be readable from its first stored sample to its last.
 inline void UseWaveform(const VomoWaveform *waveform) {

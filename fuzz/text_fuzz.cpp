@@ -16,10 +16,11 @@ std::vector<std::string> Seeds() {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
-  static vomo_fuzz::MemoryFile file("text");
+  static vomo_test::MemoryFile file;
   if (size == 0) return 0;
+  file.Hold(data + 1, size - 1);
   vomo::ReadRequest request;
-  request.file_name = file.Hold(data + 1, size - 1);
+  request.file_name = file.name();
   request.lines_to_skip = data[0] & 1;
   request.limit = data[0] & 2 ? 3 : vomo::kNoLimit;
   vomo::Capture capture;

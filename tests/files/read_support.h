@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "core/waveform.h"
-#include "support/temp_file.h"
+#include "support/memory_file.h"
 
 namespace vomo_test {
 

@@ -13,17 +13,17 @@ namespace {
 
 using vomo_test::kSpiceEnd;
 using vomo_test::kSpiceMarker;
+using vomo_test::MemoryFile;
 using vomo_test::ReadWith;
 using vomo_test::Seen;
 using vomo_test::SpiceHeader;
 using vomo_test::SpiceMaker;
-using vomo_test::TempFile;
 using Floats = std::vector<float>;
 
 constexpr double kInterval = 1e-12;
 
 Seen ReadSpice(const std::string &bytes, uint32_t limit = 0) {
-  const TempFile file(bytes);
+  const MemoryFile file(bytes);
   return ReadWith(limit, [&](uint32_t *count, VomoWaveform **waveform, VomoHandle *handle) {
     return Vomo_Read_Spice_File(file.name(), &kInterval, count, waveform, handle);
   });
@@ -31,7 +31,7 @@ Seen ReadSpice(const std::string &bytes, uint32_t limit = 0) {
 
 // The first waveform goes through ReadWith's checks, the second comes with it.
 Seen ReadCombined(const std::string &bytes, Seen *second, uint32_t limit = 0) {
-  const TempFile file(bytes);
+  const MemoryFile file(bytes);
   return ReadWith(limit, [&](uint32_t *count, VomoWaveform **waveform, VomoHandle *handle) {
     VomoWaveform *other = nullptr;
     VomoHandle other_handle = 0;
@@ -278,7 +278,7 @@ TEST(SpiceReader, KeepsItsBufferSound) {
 
 // With a single free slot the first record is made and stays, for Vomo_Handle_Free_All to find.
 TEST(SpiceReader, LeavesAFirstRecordWithoutSecond) {
-  const TempFile file(SpiceMaker().Header(SpiceHeader("00000002")).Data({1, 2, 3, 4}).bytes());
+  const MemoryFile file(SpiceMaker().Header(SpiceHeader("00000002")).Data({1, 2, 3, 4}).bytes());
   void *memory = nullptr;
   VomoHandle last = 0;
   for (uint32_t i = 0; i < vomo::kHandleCount; ++i) {
