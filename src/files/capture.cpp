@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "core/boundary.h"
 #include "core/status.h"
 
 namespace vomo {
@@ -17,10 +18,15 @@ VomoStatus OpenCapture(const CaptureFormat &format, const char *file_name, FileC
   return known ? Vomo_STATUS_SUCCESS : Vomo_STATUS_FILE_READ_ERROR;
 }
 
+void RequireRecordSize(uint64_t count) {
+  constexpr uint64_t kMostBytes = std::numeric_limits<int32_t>::max();
+  if (count > (kMostBytes - sizeof(VomoWaveform)) / sizeof(float)) throw std::bad_alloc();
+}
+
 void MakeRecord(const ReadRequest &request, uint64_t count, double interval_s, Capture *capture) {
+  if (request.early_interval_s != nullptr) *request.early_interval_s = interval_s;
   if (count > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
   capture->count = static_cast<uint32_t>(count);
-  if (request.early_interval_s != nullptr) *request.early_interval_s = interval_s;
   if (request.early_count != nullptr) *request.early_count = capture->count;
   capture->waveform = NewWaveform(capture->count, interval_s);
 }
@@ -44,6 +50,19 @@ VomoStatus ReadSingle(const CaptureFormat &format, const ReadRequest &request,
   *pulNumSamples = capture.count;
   capture.waveform.Deliver(ppsWaveform, phWaveform);
   return Vomo_STATUS_SUCCESS;
+}
+
+VomoStatus ReadWithInterval(const CaptureFormat &format, const char *pcFileName,
+                            double *pdSampleInterval, uint32_t *pulNumSamples,
+                            VomoWaveform **ppsWaveform, VomoHandle *phWaveform) noexcept {
+  if (pdSampleInterval == nullptr || pulNumSamples == nullptr) return Vomo_STATUS_PARAM_NOT_VALID;
+  return Guarded([&] {
+    ReadRequest request;
+    request.file_name = pcFileName;
+    request.limit = LimitFromCount(*pulNumSamples);
+    if (format.tells_interval_early) request.early_interval_s = pdSampleInterval;
+    return ReadSingle(format, request, pdSampleInterval, pulNumSamples, ppsWaveform, phWaveform);
+  });
 }
 
 }  // namespace vomo

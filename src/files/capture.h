@@ -48,6 +48,9 @@ struct CaptureFormat {
   // Stores the file name as error context, reads the file's (first) waveform. On failure the
   // capture is without record.
   VomoStatus (*read)(const ReadRequest &request, Capture *capture);
+
+  // Whether a read that fails for want of memory has told the interval all the same.
+  bool tells_interval_early = false;
 };
 
 constexpr uint64_t kHeadBytes = 512;
@@ -56,6 +59,10 @@ constexpr uint64_t kHeadBytes = 512;
 // fails or the file is of another format.
 VomoStatus OpenCapture(const CaptureFormat &format, const char *file_name, FileCursor *file);
 
+// Throws std::bad_alloc for more samples than a record's block can hold. Readers whose files may
+// promise any number ask before they look whether the file keeps its promise.
+void RequireRecordSize(uint64_t count);
+
 // Writes the early outputs and makes the record, its samples not set. Throws std::bad_alloc.
 void MakeRecord(const ReadRequest &request, uint64_t count, double interval_s, Capture *capture);
 
@@ -63,11 +70,21 @@ void MakeRecord(const ReadRequest &request, uint64_t count, double interval_s, C
 void MakeRecord(const ReadRequest &request, uint64_t count, double interval_s, const float *samples,
                 Capture *capture);
 
+// Whether the interval is the one that the request demands, if it demands one. Equality is exact.
+inline bool HasRequiredInterval(const ReadRequest &request, double interval_s) {
+  return request.required_interval_s == nullptr || *request.required_interval_s == interval_s;
+}
+
 // The body of an exported read of one waveform: tests the outputs, reads, delivers. The interval
 // output may be NULL.
 VomoStatus ReadSingle(const CaptureFormat &format, const ReadRequest &request,
                       double *pdSampleInterval, uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
                       VomoHandle *phWaveform);
+
+// The whole of an exported read of one waveform whose file tells the interval.
+VomoStatus ReadWithInterval(const CaptureFormat &format, const char *pcFileName,
+                            double *pdSampleInterval, uint32_t *pulNumSamples,
+                            VomoWaveform **ppsWaveform, VomoHandle *phWaveform) noexcept;
 
 }  // namespace vomo
 

@@ -23,6 +23,17 @@ struct TextLine {
   bool IsDelimited() const { return end[-1] == '\n' || *end == '\0'; }
 };
 
+// A line as a text of its own, for what takes no end but a 0.
+struct LineCopy {
+  explicit LineCopy(const TextLine &line) {
+    const auto length = static_cast<size_t>(line.end - line.begin);
+    std::memcpy(text, line.begin, length);
+    text[length] = '\0';
+  }
+
+  char text[kLongestLine + 1];
+};
+
 class LineReader {
  public:
   explicit LineReader(InputFile file);

@@ -25,6 +25,16 @@ constexpr bool IsDigit(char c) {
   return static_cast<unsigned char>(c - '0') < 10;
 }
 
+// White space within a line, as far as everyday lines have it.
+constexpr bool IsBlank(char c) {
+  return c == ' ' || c == '\t' || c == '\r';
+}
+
+inline const char *SkipBlanks(const char *text) {
+  while (IsBlank(*text)) ++text;
+  return text;
+}
+
 inline const char *ScanDigits(const char *text, uint64_t *value) {
   uint64_t digits = *value;
   for (; IsDigit(*text); ++text) digits = digits * 10 + static_cast<uint64_t>(*text - '0');

@@ -22,15 +22,6 @@ namespace {
 
 constexpr char kNumberStarts[] = "+-.0123456789";
 
-constexpr bool IsBlank(char c) {
-  return c == ' ' || c == '\t' || c == '\r';
-}
-
-inline const char *SkipBlanks(const char *text) {
-  while (IsBlank(*text)) ++text;
-  return text;
-}
-
 // Scans the everyday forms: "1.5", "1.5, 2.5" and "1.5 2.5", with or without further columns. The
 // field outputs are as those of ScanAnyLine. False, and nothing changed, if the line is of any
 // other kind.
@@ -60,11 +51,8 @@ bool ScanPlainLine(const TextLine &line, float *first, float *sample) {
 // The same for any line, as sscanf reads it. The first field stays as it was if nothing converts;
 // false if the line is no data.
 bool ScanAnyLine(const TextLine &line, float *first, float *sample) {
-  char copy[kLongestLine + 1];
-  const auto length = static_cast<size_t>(line.end - line.begin);
-  std::memcpy(copy, line.begin, length);
-  copy[length] = '\0';
-  const char *start = std::strpbrk(copy, kNumberStarts);
+  const LineCopy copy(line);
+  const char *start = std::strpbrk(copy.text, kNumberStarts);
   if (start == nullptr) return false;
   const char *format = std::strchr(start, ',') != nullptr ? "%f, %f" : "%f %f";
   float second;
