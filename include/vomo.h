@@ -423,6 +423,159 @@ VOMO_API VomoStatus Vomo_Read_Combined_Spice_File(
     VomoWaveform **ppsWaveform1, VomoHandle *phWaveform1, VomoWaveform **ppsWaveform2,
     VomoHandle *phWaveform2) VOMO_NOEXCEPT;
 
+/* Reads the first waveform of a BIN file, whose waveforms are floats behind headers.
+ * pdSampleInterval: output, seconds, as the file states it (0, negative or NaN included).
+ * FILE_READ_ERROR for another file, a buffer of other content than float samples or of more of them
+ * than its header counts, and for fewer samples in the file than wanted. A waveform without a data
+ * header reads as zeros. */
+VOMO_API VomoStatus Vomo_Read_BIN_File(const char *pcFileName, double *pdSampleInterval,
+                                       uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
+                                       VomoHandle *phWaveform) VOMO_NOEXCEPT;
+
+/* As Vomo_Read_BIN_File for the first two waveforms, each with its own count and interval and
+ * always whole. pdSampleInterval, pulNumSamples: outputs only, those of the first waveform.
+ * NOT_ENOUGH_WAVEFORMS for a file of fewer than two. */
+VOMO_API VomoStatus Vomo_Read_Combined_BIN_File(const char *pcFileName, double *pdSampleInterval,
+                                                uint32_t *pulNumSamples,
+                                                VomoWaveform **ppsWaveform1,
+                                                VomoHandle *phWaveform1,
+                                                VomoWaveform **ppsWaveform2,
+                                                VomoHandle *phWaveform2) VOMO_NOEXCEPT;
+
+/* Reads a TRC file: little-endian samples of 8 or 16 bits behind a "WAVEDESC" descriptor, made
+ * volts by its gain and offset. A file cut short gives success: the count output is what there was,
+ * while the record keeps the count that the descriptor states, its last samples 0.
+ * pdSampleInterval: output, seconds.
+ * FILE_READ_ERROR for another or a big-endian file, a descriptor or user text of 65536 bytes or
+ * more, and for a file without a sample. */
+VOMO_API VomoStatus Vomo_Read_TRC_File(const char *pcFileName, double *pdSampleInterval,
+                                       uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
+                                       VomoHandle *phWaveform) VOMO_NOEXCEPT;
+
+/* Always NOT_IMPLEMENTED. */
+VOMO_API VomoStatus Vomo_Read_Combined_TRC_File(void) VOMO_NOEXCEPT;
+
+/* Reads a WFM file of version 1, 2 or 3, of either byte order. Samples that are NaN are stored as
+ * 0; those before the first valid one are hidden in front (ulTrimFront), and as many as all others
+ * are hidden behind (ulTrimBack). pdSampleInterval: output, seconds; also set when memory for the
+ * samples can't be had. pulNumSamples: the count on success includes the hidden samples.
+ * FILE_READ_ERROR for another version, a header cut short, or one that contradicts itself. Behind
+ * the end of a file that is shorter than its header says, samples read as bytes of 0. */
+VOMO_API VomoStatus Vomo_Read_WFM_File(const char *pcFileName, double *pdSampleInterval,
+                                       uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
+                                       VomoHandle *phWaveform) VOMO_NOEXCEPT;
+
+/* Always NOT_IMPLEMENTED. */
+VOMO_API VomoStatus Vomo_Read_Combined_WFM_File(void) VOMO_NOEXCEPT;
+
+/* The ..._Two_Waveforms functions read the two legs of a differential signal: leg A from the
+ * first-named file (or the first waveform of a file), leg B from the second.
+ * pdSampleInterval: output, seconds; the files' intervals must be the same to the last bit.
+ * pulNumSamples: on success the pair's count, that of the shorter leg. Both records show that many
+ * samples, unless their comment says otherwise.
+ * ppsWaveformA, phWaveformA, ppsWaveformB, phWaveformB: the legs, each with the handle that frees
+ * it. ppfCommonMode, phCommonMode: (A + B) / 2, as many floats as leg A shows, 0 where leg B has no
+ * sample, with the handle that frees them. Either of the two NULL: none is made. Both stay
+ * untouched if there is no memory for the array. The words are those of the single reader, for the
+ * file that the message names; and INCOMPATIBLE_SAMPLE_INTERVALS. On a failure nothing stays
+ * allocated. */
+
+/* The legs from two BIN files; file B is read first. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_BIN_Two_Waveforms(
+    const char *pcFileNameA, const char *pcFileNameB, double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveformA, VomoHandle *phWaveformA,
+    VomoWaveform **ppsWaveformB, VomoHandle *phWaveformB, float **ppfCommonMode,
+    VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The legs from the first two waveforms of one BIN file; NOT_ENOUGH_WAVEFORMS if it has fewer. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_Combined_BIN_Two_Waveforms(
+    const char *pcFileName, double *pdSampleInterval, uint32_t *pulNumSamples,
+    VomoWaveform **ppsWaveformA, VomoHandle *phWaveformA, VomoWaveform **ppsWaveformB,
+    VomoHandle *phWaveformB, float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The legs from the first columns of two Spice files; file B is read first.
+ * pdSampleInterval: input, seconds, of both legs. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_Spice_Two_Waveforms(
+    const char *pcFileNameA, const char *pcFileNameB, const double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveformA, VomoHandle *phWaveformA,
+    VomoWaveform **ppsWaveformB, VomoHandle *phWaveformB, float **ppfCommonMode,
+    VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The legs from two TRC files; file B is read first. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_TRC_Two_Waveforms(
+    const char *pcFileNameA, const char *pcFileNameB, double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveformA, VomoHandle *phWaveformA,
+    VomoWaveform **ppsWaveformB, VomoHandle *phWaveformB, float **ppfCommonMode,
+    VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The legs from two WFM files; file B is read first. The pair's count is that of stored samples,
+ * the hidden ones included; of legs that store different numbers the longer one shows that count,
+ * as far as its samples go, and the other is left as read. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_WFM_Two_Waveforms(
+    const char *pcFileNameA, const char *pcFileNameB, double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveformA, VomoHandle *phWaveformA,
+    VomoWaveform **ppsWaveformB, VomoHandle *phWaveformB, float **ppfCommonMode,
+    VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The legs from two text files, file A first. If file B is the shorter one, leg A keeps its own
+ * count. ulLinesToSkip and dSampleInterval as in Vomo_Read_Text_File, for both files. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_Text_Two_Waveforms(
+    const char *pcFileNameA, const char *pcFileNameB, uint32_t ulLinesToSkip,
+    double dSampleInterval, uint32_t *pulNumSamples, VomoWaveform **ppsWaveformA,
+    VomoHandle *phWaveformA, VomoWaveform **ppsWaveformB, VomoHandle *phWaveformB,
+    float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The ..._Files functions read the same legs as the ..._Two_Waveforms function of their format and
+ * deliver the differential waveform.
+ * ppsWaveform, phWaveform: A - B in leg A's record. Samples of leg A for which leg B has none stay
+ * as they are.
+ * ppfCommonMode, phCommonMode: (2 B + (A - B)) / 2 in leg B's samples, as many as the pair counts;
+ * the handle is leg B's and frees them. Either of the two NULL: leg B is freed.
+ * Everything else as there. */
+
+/* The difference of two BIN files. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_BIN_Files(
+    const char *pcFileNameA, const char *pcFileNameB, double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveform, VomoHandle *phWaveform,
+    float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The difference of the first two waveforms of one BIN file. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_Combined_BIN_File(
+    const char *pcFileName, double *pdSampleInterval, uint32_t *pulNumSamples,
+    VomoWaveform **ppsWaveform, VomoHandle *phWaveform, float **ppfCommonMode,
+    VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The difference of two Spice files. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_Spice_Files(
+    const char *pcFileNameA, const char *pcFileNameB, const double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveform, VomoHandle *phWaveform,
+    float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The difference of two TRC files. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_TRC_Files(
+    const char *pcFileNameA, const char *pcFileNameB, double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveform, VomoHandle *phWaveform,
+    float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The difference of two WFM files. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_WFM_Files(
+    const char *pcFileNameA, const char *pcFileNameB, double *pdSampleInterval,
+    uint32_t *pulNumSamples, VomoWaveform **ppsWaveform, VomoHandle *phWaveform,
+    float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* The difference of two text files. */
+VOMO_API VomoStatus Vomo_Read_Single_Ended_Text_Files(
+    const char *pcFileNameA, const char *pcFileNameB, uint32_t ulLinesToSkip,
+    double dSampleInterval, uint32_t *pulNumSamples, VomoWaveform **ppsWaveform,
+    VomoHandle *phWaveform, float **ppfCommonMode, VomoHandle *phCommonMode) VOMO_NOEXCEPT;
+
+/* Writes the visible samples of a waveform as text, a line "%13.12lg\t%7.6e\n" of time and voltage
+ * for each; the time starts at 0 and is advanced by adding dSampleInterval, so that its rounding
+ * errors add up. A waveform without samples makes an empty file. A file that can't be opened is
+ * reported as FILE_READ_ERROR; errors of writing are not reported. */
+VOMO_API VomoStatus Vomo_Write_File(const char *pcFileName,
+                                    const VomoWaveform *psWaveform) VOMO_NOEXCEPT;
+
 /* Scattering parameters of a four-port. The reader fills one record of the process: it has no
  * handle, nobody frees it, and the next read overwrites it. */
 typedef struct VomoSparamData {
@@ -439,6 +592,16 @@ typedef struct VomoSparamData {
   /* Bit value 1: also write the result as text to EmbedWaveDiffOut.txt in the working directory. */
   int32_t iFlags;
 } VomoSparamData;
+
+/* Reads a four-port Touchstone file into the process's one VomoSparamData record and delivers its
+ * address; the next read overwrites it. Lines with # or ! come first; the last option line's unit
+ * (Hz, kHz, MHz, GHz) and format (MA, DB, RI) hold, each by its first letter, in any case. Then
+ * each point has four lines of numbers. Points behind the first 2000 are ignored. Leaves dFLowPass,
+ * dPercentToTrim and iFlags as they are, and does not store the file's name for the messages.
+ * FILE_READ_ERROR if the file can't be opened, UNEXPECTED_EOF for a file without a point; the
+ * output then stays untouched, while the record's arrays may have been cleared. */
+VOMO_API VomoStatus Vomo_Read_S4P_File(const char *pcFileName,
+                                       VomoSparamData **ppsSparamData) VOMO_NOEXCEPT;
 
 /* ============================== Timing: edges, clock, intervals, pattern ==================== */
 
