@@ -72,8 +72,8 @@ std::string MeasureAdvice(VomoStatus status, const VomoComplianceParams &params,
           samples_per_ui);
     case Vomo_STATUS_PARAM_NOT_VALID:
       return fmt::format(
-          "the jitter may span too few histogram bins (dPDFBinSize {}), or the trim "
-          "leaves nothing (dPointsToTrimPercent {:g})",
+          "a smaller dPDFBinSize (now {}) if the signal has next to no jitter, or a "
+          "smaller dPointsToTrimPercent (now {:g})",
           Engineering(params.dPDFBinSize, "s", 4), params.dPointsToTrimPercent);
     case Vomo_STATUS_MEMORY_ALLOCATION_FAILED:
       return "--max-samples to measure less of it";
@@ -126,6 +126,15 @@ void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &p
   }
   if (status != Vomo_STATUS_SUCCESS) {
     fmt::print(stderr, "vomo: warning: {}\n", Vomo_Status_Message(status));
+  }
+  // Far more than any spread spectrum: then edges were counted into the wrong unit intervals.
+  const double ratio = results->dUnitInterval / params.dTargetUI;
+  if (!(std::abs(ratio - 1) < 0.02)) {
+    fmt::print(
+        stderr,
+        "vomo: warning: the unit interval comes out at {:.4g} times dTargetUI, so the results "
+        "mean little; check --rate and --spui or --interval\n",
+        ratio);
   }
 }
 

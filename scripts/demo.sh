@@ -8,9 +8,9 @@ mkdir -p "$out"
 capture=$out/capture.txt
 result=$out/result.json
 
-echo "Making $capture: 8 Gb/s, PRBS15, 1 million UI at 10 samples each, with"
+echo "Making $capture: 8 Gb/s, PRBS7, 1 million UI at 10 samples each, with"
 echo "  random jitter 1.0 ps rms, sinusoidal jitter 4 ps peak at 50 MHz, duty-cycle distortion 3 ps"
-"$vomo" synth "$capture" --bit-rate 8e9 --samples-per-ui 10 --ui 1000000 --pattern prbs15 \
+"$vomo" synth "$capture" --bit-rate 8e9 --samples-per-ui 10 --ui 1000000 --pattern prbs7 \
   --rj-rms 1e-12 --sj-amplitude 4e-12 --sj-frequency 50e6 --duty-cycle-distortion 3e-12
 
 echo

@@ -331,6 +331,10 @@ TEST_F(Measure, ExitCodesAndMessages) {
     EXPECT_EQ(outcome.out.find("FAIL") != std::string::npos, exit_code == 1) << outcome.out;
     EXPECT_EQ(outcome.out.empty(), exit_code > 1) << outcome.out;
   }
+  // An interval that can't be right is measured, with a warning beside the failed limits.
+  const Outcome wrong = Run({"measure", Path("a.txt"), "--rate", "8e9", "--interval", "10e-12"});
+  EXPECT_EQ(wrong.exit_code, 1);
+  EXPECT_NE(wrong.err.find("times dTargetUI"), std::string::npos) << wrong.err;
   const Outcome bare = Run({"measure", Path("a.txt"), "--rate", "8e9"});
   EXPECT_EQ(bare.exit_code, 2);
   EXPECT_NE(bare.err.find("--interval"), std::string::npos) << bare.err;
