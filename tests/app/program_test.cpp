@@ -1,6 +1,7 @@
 // The program as its users run it: what it prints, how it ends, which files it leaves.
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <pty.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -34,6 +35,17 @@ std::string Contents(const fs::path &path) {
   return text.str();
 }
 
+// Turns this process into the program.
+[[noreturn]] void Execute(const std::vector<std::string> &arguments) {
+  std::vector<char *> argv = {const_cast<char *>("vomo")};
+  for (const std::string &argument : arguments) {
+    argv.push_back(const_cast<char *>(argument.c_str()));
+  }
+  argv.push_back(nullptr);
+  execv(VOMO_BINARY, argv.data());
+  _exit(127);
+}
+
 class Program : public testing::Test {
  protected:
   void SetUp() override {
@@ -49,15 +61,10 @@ class Program : public testing::Test {
   pid_t Start(const std::vector<std::string> &arguments) {
     const pid_t child = fork();
     if (child != 0) return child;
-    std::vector<char *> argv = {const_cast<char *>("vomo")};
-    for (const std::string &argument : arguments)
-      argv.push_back(const_cast<char *>(argument.c_str()));
-    argv.push_back(nullptr);
     for (const auto &[descriptor, name] : {std::pair{1, "stdout"}, std::pair{2, "stderr"}}) {
       dup2(open(Path(name).c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), descriptor);
     }
-    execv(VOMO_BINARY, argv.data());
-    _exit(127);
+    Execute(arguments);
   }
 
   Outcome Finish(pid_t child) {
@@ -259,6 +266,39 @@ TEST_F(Measure, InterruptedLeavesNoResult) {
   EXPECT_EQ(Finish(child).exit_code, -SIGINT);
   close(feed);
   EXPECT_EQ(FilesLeft(), std::vector<std::string>{"pipe"});
+}
+
+// What the program shows on a terminal of its own.
+std::string OnTerminal(const std::vector<std::string> &arguments, bool no_color) {
+  int terminal = -1;
+  const pid_t child = forkpty(&terminal, nullptr, nullptr, nullptr);
+  if (child == 0) {
+    no_color ? setenv("NO_COLOR", "1", 1) : unsetenv("NO_COLOR");
+    Execute(arguments);
+  }
+  std::string shown;
+  char block[4096];
+  for (ssize_t count; (count = read(terminal, block, sizeof block)) > 0;) {
+    shown.append(block, static_cast<size_t>(count));
+  }
+  close(terminal);
+  waitpid(child, nullptr, 0);
+  return shown;
+}
+
+TEST_F(Measure, ProgressAndColourOnATerminalOnly) {
+  MakeCapture("a.txt");
+  const std::vector<std::string> arguments = {"measure", Path("a.txt"), "--rate",
+                                              "8e9",     "--spui",      "10"};
+  const std::string shown = OnTerminal(arguments, false);
+  EXPECT_NE(shown.find("reading"), std::string::npos) << shown;
+  EXPECT_NE(shown.find(" % "), std::string::npos) << shown;
+  EXPECT_NE(shown.find("measuring"), std::string::npos) << shown;
+  EXPECT_NE(shown.find("\x1b[32mpass"), std::string::npos) << shown;
+  EXPECT_EQ(OnTerminal(arguments, true).find("\x1b[32m"), std::string::npos);
+  const Outcome quiet = Run(arguments);
+  EXPECT_EQ(quiet.err, "");
+  EXPECT_EQ(quiet.out.find('\x1b'), std::string::npos);
 }
 
 TEST_F(Measure, HashIsTheKnownDigest) {
