@@ -145,7 +145,7 @@ void PrintTable(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
   fmt::print("{} samples of {}, {} in all\n\n", waveform.ulNumSamples,
              Engineering(waveform.dSampleInterval, "s", 6),
              Engineering(waveform.dSampleInterval * waveform.ulNumSamples, "s", 4));
-  fmt::print("{}", FormatRows(rows, outcome.results.dUnitInterval, WantsColour(STDOUT_FILENO)));
+  fmt::print("{}", FormatRows(rows, outcome.params.dTargetUI, WantsColour(STDOUT_FILENO)));
   std::fflush(stdout);
 }
 

@@ -30,7 +30,7 @@ struct ResultRow {
 
 std::vector<ResultRow> ResultRows(const RunOutcome &outcome);
 
-// The rows as aligned lines; times also in thousandths of the unit interval.
+// The rows as aligned lines; times also in thousandths of the nominal unit interval.
 std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_s, bool colour);
 
 }  // namespace app
