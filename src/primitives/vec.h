@@ -105,7 +105,7 @@ int32_t VecLog10_32f(const float *pSrc, float *pDst, int32_t iLen);
 // Inverse error function: plus and minus 1 give the infinities, outside gives NaN, status 0.
 int32_t VecErfInv_64f(const double *pSrc, double *pDst, int32_t iLen);
 
-// sqrt(re * re + im * im).
+// sqrt(re * re + im * im); for floats in double, so that neither square leaves the range.
 int32_t VecMagnitude_32fc(const VomoComplexFloat *pSrc, float *pDst, int32_t iLen);
 int32_t VecMagnitude_64fc(const VomoComplexDouble *pSrc, double *pDst, int32_t iLen);
 
@@ -125,7 +125,8 @@ int32_t VecMean_32f(const float *pSrc, int32_t iLen, float *pResult, int32_t iHi
 int32_t VecMean_64f(const double *pSrc, int32_t iLen, double *pResult);
 int32_t VecSum_64f(const double *pSrc, int32_t iLen, double *pResult);
 
-// Sum in 64 bits, arithmetic shift right by the scale, saturated to 32 bits.
+// Sum in 64 bits, arithmetic shift right by the scale, saturated to 32 bits; a scale outside 0 to
+// 63 gives -5.
 int32_t VecSum_16s(const int16_t *pSrc, int32_t iLen, int32_t *pResult, int32_t iScale);
 int32_t VecSum_32s(const int32_t *pSrc, int32_t iLen, int32_t *pResult, int32_t iScale);
 int32_t VecMax_16s(const int16_t *pSrc, int32_t iLen, int16_t *pResult);
