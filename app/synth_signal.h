@@ -142,7 +142,7 @@ class EdgeSource {
 // Start of unit interval `ui` in units of the nominal interval, with the spread spectrum in it.
 double NominalPosition(const SynthSpec &spec, double ui);
 
-// Duration of the edge ramp: as given, or the default when the spec leaves it 0.
+// Duration of the edge ramp: as given, or the default when it is left at 0.
 double ResolvedEdgeTime(const SynthSpec &spec);
 
 // Delivers the samples in order, in pieces of any size. Memory does not grow with the length.
