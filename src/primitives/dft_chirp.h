@@ -6,10 +6,11 @@
 #ifndef VOMO_PRIMITIVES_DFT_CHIRP_H
 #define VOMO_PRIMITIVES_DFT_CHIRP_H
 
+#include <array>
 #include <complex>
 #include <cstdint>
-#include <utility>
 
+#include "primitives/dft_chirp_spectrum.h"
 #include "primitives/dft_plane.h"
 
 namespace vomo {
@@ -19,7 +20,7 @@ class Chirp {
  public:
   using Complex = std::complex<Real>;
 
-  // For runs of one_count inputs to other_count outputs, or the reverse, of a transform of the
+  // For runs from one_count inputs to other_count outputs, or the reverse, of a transform of the
   // given length.
   Chirp(int64_t length, int64_t one_count, int64_t other_count);
 
@@ -31,43 +32,32 @@ class Chirp {
            const In *first = nullptr);
 
  private:
-  // Where inputs and outputs lie in the convolution, see Place().
+  // Input j takes part at position j + in_begin, output k is found at k + out_begin.
   struct Placement {
-    int64_t in_begin;
-    int64_t out_begin;
+    int64_t in_begin, out_begin;
   };
   static Placement Place(int64_t in_count, int64_t out_count);
   static int64_t Reach(int64_t in_count, int64_t out_count);
 
-  // Rows of a column whose positions, row * columns + column, are in [begin, end).
-  DftSpan RowsBetween(int64_t begin, int64_t end, int64_t column) const;
-
-  // Sets the lane's ramp to exp(-pi i (row * columns + offset)^2 / length), turned by
-  // exp(pi i shift^2 / length).
-  void SetChirp(int64_t lane, int64_t offset, int64_t shift);
-  PhaseChunk ChirpChunk(int64_t lane, int64_t row, double scale, double sign) const;
-
-  void FillSpectrumLanes(int64_t column);
-  void SpectrumLanesOut(int64_t column);
-  void MakeSpectrum();
-  void Convolve(double sign);
-
+  PhaseRamp &Ramp(int64_t lane) { return ramps_[static_cast<size_t>(lane)]; }
   template <class In>
   void FillLanes(int64_t column, const In *src, int64_t in_count, const In *first,
                  Placement placement, double sign);
   template <class Out>
   void DrainLanes(int64_t column, Out *dst, int64_t out_count, Placement placement, double sign,
                   double scale);
+  void ConvolveRow(int64_t row, double sign);
 
-  int64_t length_;
   int64_t reach_;
+  PlaneShape shape_;
+  ChirpPhases phases_;
+  ChirpSpectrum<Real> spectrum_;
   Plane<Real> plane_;
-  PhaseTable phases_;
-  WorkArray<double> squares_re_;
-  WorkArray<double> squares_im_;
-  WorkArray<Complex> spectrum_;
   std::array<PhaseRamp, Plane<Real>::kLanes> ramps_;
 };
+
+extern template class Chirp<float>;
+extern template class Chirp<double>;
 
 }  // namespace vomo
 

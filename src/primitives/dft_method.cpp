@@ -48,6 +48,9 @@ constexpr double kConvolutionOverheadNs = 14;
 // A convolution transforms twice and prepares half a spectrum.
 constexpr double kTransformsInConvolution = 2.5;
 
+// Up to here a single transform is never the worst; up to there it is the best if FFTW is good at
+// its length, and the longest that a convolution uses.
+constexpr int64_t kAlwaysShort = 64;
 constexpr int64_t kLongestShort = 4096;
 constexpr int64_t kLongestSide = 65536;
 
@@ -152,28 +155,20 @@ DftChoice PlaneOrChirp(int64_t length, double plane_share, int64_t convolution_l
   return {DftMethod::kChirp, {}};
 }
 
-// Whether a length is best served by one short transform. Small prime factors are what FFTW is
-// quick at, in planning too.
-bool IsShort(int64_t length) {
-  constexpr int64_t kLargestGoodFactor = 61;
-  return length <= 64 ||
-         (length <= kLongestShort && LargestPrimeFactor(length) <= kLargestGoodFactor);
-}
-
 }  // namespace
 
 template <class Real>
 DftChoice ChooseComplexDft(int64_t length) {
-  if (IsShort(length)) return {DftMethod::kShort, {}};
-  if (length <= kLongestShort) return {DftMethod::kChirp, {}};
+  const bool is_good = length <= kLongestShort && LargestPrimeFactor(length) <= 7;
+  if (is_good || length <= kAlwaysShort) return {DftMethod::kShort, {}};
   return PlaneOrChirp<Real>(length, 1, 2 * length - 1);
 }
 
+// Of a real plane half is enough.
 template <class Real>
 DftChoice ChooseRealDft(int64_t length) {
   if (length % 2 == 0) return {DftMethod::kPacked, {}};
-  if (IsShort(length)) return {DftMethod::kShort, {}};
-  if (length <= kLongestShort) return {DftMethod::kChirp, {}};
+  if (length <= kAlwaysShort) return {DftMethod::kShort, {}};
   return PlaneOrChirp<Real>(length, 0.5, length + length / 2 + 1);
 }
 

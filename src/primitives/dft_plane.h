@@ -60,9 +60,21 @@ class Plane {
   // How many of the columns from this one on share a block.
   int64_t LanesFrom(int64_t column) const { return std::min(kLanes, columns() - column); }
 
+  // Rows of a column whose positions, row * columns + column, are in [begin, end).
+  DftSpan RowsBetween(int64_t begin, int64_t end, int64_t column) const {
+    const auto row_from = [&](int64_t position) {
+      const int64_t distance = std::max(position - column, int64_t{0});
+      return std::min((distance + columns() - 1) / columns(), rows());
+    };
+    return {row_from(begin), row_from(end)};
+  }
+
   // Room for rows() values and one more.
   Real *Lane(int64_t lane) const { return Scalars(lanes_.get() + lane * lane_stride_); }
   Real *Row(int64_t row) const { return Scalars(values_.get() + row * stride_); }
+
+  // Gives the rows away, stride() apart; the plane is of no use after that.
+  WorkArray<Complex> TakeRows() { return std::move(values_); }
 
   // Transforms all lanes at once, in place.
   void TransformLanes() const { column_plan_.Run(lanes_.get()); }
