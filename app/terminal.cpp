@@ -32,7 +32,9 @@ bool WantsColour(int descriptor) {
 
 ProgressLine::ProgressLine(std::string text, uint64_t bytes_to_read)
     : text_(std::move(text)), bytes_to_read_(bytes_to_read), bytes_before_(BytesRead()) {
-  if (IsTerminal(STDERR_FILENO)) thread_ = std::thread([this] { Run(); });
+  if (!IsTerminal(STDERR_FILENO)) return;
+  Show();
+  thread_ = std::thread([this] { Run(); });
 }
 
 ProgressLine::~ProgressLine() {
@@ -46,21 +48,21 @@ ProgressLine::~ProgressLine() {
   fmt::print(stderr, "\r\x1b[K");
 }
 
-void ProgressLine::Run() {
-  const auto begin = std::chrono::steady_clock::now();
-  std::unique_lock lock(mutex_);
-  while (!stop_) {
-    std::string line = text_;
-    if (bytes_to_read_ > 0) {
-      const auto done = static_cast<double>(BytesRead() - bytes_before_);
-      line += fmt::format(" {:.0f} %",
-                          std::min(100.0, 100 * done / static_cast<double>(bytes_to_read_)));
-    }
-    const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
-    fmt::print(stderr, "\r\x1b[K{} {:.0f} s", line, elapsed.count());
-    std::fflush(stderr);
-    wake_.wait_for(lock, std::chrono::milliseconds(100));
+void ProgressLine::Show() const {
+  std::string line = text_;
+  if (bytes_to_read_ > 0) {
+    const auto done = static_cast<double>(BytesRead() - bytes_before_);
+    line +=
+        fmt::format(" {:.0f} %", std::min(100.0, 100 * done / static_cast<double>(bytes_to_read_)));
   }
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin_;
+  fmt::print(stderr, "\r\x1b[K{} {:.0f} s", line, elapsed.count());
+  std::fflush(stderr);
+}
+
+void ProgressLine::Run() {
+  std::unique_lock lock(mutex_);
+  while (!wake_.wait_for(lock, std::chrono::milliseconds(100), [this] { return stop_; })) Show();
 }
 
 std::string StageTimes::Table() const {

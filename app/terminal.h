@@ -28,10 +28,12 @@ class ProgressLine {
   ~ProgressLine();
 
  private:
+  void Show() const;
   void Run();
 
   std::string text_;
   uint64_t bytes_to_read_, bytes_before_;
+  std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::mutex mutex_;
   std::condition_variable wake_;
   bool stop_ = false;

@@ -89,10 +89,11 @@ class Program : public testing::Test {
   }
 
   // A capture of 30,000 UI with 1 ps of random jitter, a little above the fewest that are measured.
-  void MakeCapture(const std::string &name, std::vector<std::string> more = {}) {
+  void MakeCapture(const std::string &name, std::vector<std::string> more = {},
+                   const std::string &pattern = "prbs9") {
     std::vector<std::string> arguments = {
         "synth", Path(name),         "--ui", "30000", "--rj-rms", "1e-12", "--pattern",
-        "prbs9", "--samples-per-ui", "10"};
+        pattern, "--samples-per-ui", "10"};
     arguments.insert(arguments.end(), more.begin(), more.end());
     const Outcome outcome = Run(arguments);
     ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
@@ -256,6 +257,56 @@ TEST_F(Measure, TableAndJsonOfAKnownCapture) {
   EXPECT_EQ(Json::parse(piped.out)["results"], results);
 }
 
+// One block of a simulator's file: four words, the payload and its length again.
+void WriteBlock(std::ofstream &file, uint32_t count, const void *payload, uint32_t bytes) {
+  const uint32_t prefix[] = {4, count, 4, bytes};
+  file.write(reinterpret_cast<const char *>(prefix), sizeof prefix);
+  file.write(static_cast<const char *>(payload), bytes);
+  file.write(reinterpret_cast<const char *>(&bytes), sizeof bytes);
+}
+
+TEST_F(Measure, ASimulatorFileIsFoundByItsContent) {
+  MakeCapture("a.txt");
+  std::ifstream text(Path("a.txt"));
+  std::vector<float> samples;
+  for (float sample; text >> sample;) samples.push_back(sample);
+  std::string header(272, ' ');
+  header.replace(0, 16, "0001000000000000");  // one variable, no probes, no leading floats
+  header.replace(header.size() - 8, 8, "$&%#    ");
+  {
+    std::ofstream file(Path("a.tr0"), std::ios::binary);
+    WriteBlock(file, 0, header.data(), static_cast<uint32_t>(header.size()));
+    const auto count = static_cast<uint32_t>(samples.size());
+    WriteBlock(file, count, samples.data(), 4 * count);
+  }
+  const auto measured = [&](const char *name) {
+    const Outcome outcome =
+        Run({"measure", Path(name), "--rate", "8e9", "--spui", "10", "--json", "-"});
+    EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
+    return Json::parse(outcome.out);
+  };
+  const Json spice = measured("a.tr0");
+  EXPECT_EQ(spice["captures"][0]["format"], "spice");
+  EXPECT_EQ(spice["results"], measured("a.txt")["results"]);
+}
+
+TEST_F(Measure, PatternCheckIsALimit) {
+  // The 64 runs of a period of PRBS7: halves of what is left, and one of 6 and of 7 bits.
+  const std::vector<std::string> check = {
+      "--rate", "8e9",
+      "--spui", "10",
+      "--set",  "psPatChkData.ulPatChkCount=100",
+      "--set",  R"(psPatChkData.psPatDefArray=[{"pdPatDefCounts":[0,32,16,8,4,2,1,1]}])"};
+  for (const auto &[pattern, exit_code] : {std::pair{"prbs7", 0}, std::pair{"prbs9", 1}}) {
+    MakeCapture("a.txt", {}, pattern);
+    std::vector<std::string> arguments = {"measure", Path("a.txt")};
+    arguments.insert(arguments.end(), check.begin(), check.end());
+    const Outcome outcome = Run(arguments);
+    EXPECT_EQ(outcome.exit_code, exit_code) << outcome.out << outcome.err;
+    EXPECT_NE(outcome.out.find("Pattern check"), std::string::npos) << outcome.out;
+  }
+}
+
 TEST_F(Measure, InterruptedLeavesNoResult) {
   ASSERT_EQ(mkfifo(Path("pipe").c_str(), 0600), 0);
   const pid_t child = Start({"measure", Path("pipe"), "--format", "text", "--rate", "8e9", "--spui",
@@ -345,6 +396,7 @@ TEST_F(Measure, ExitCodesAndMessages) {
     std::vector<std::string> texts;
   } cases[] = {
       {{"a.txt", "--set", "dTjPeakPeakJitterLimit=1e-12"}, 1, {}},
+      {{"a.txt", "--set", "dTjPeakPeakJitterLimit=0"}, 0, {}},  // 0 is no limit
       {{"a.txt", "--set", "dTargetUII=1e-12"}, 2, {"dTargetUII"}},
       {{"a.txt", "--settings", Path("broken.json")}, 2, {"broken.json"}},
       {{"a.txt", "--set", "psCTLEFilterParams=[{}]"}, 2, {"psCTLEFilterParams"}},
