@@ -1169,6 +1169,53 @@ VOMO_API VomoStatus VomoADD_PLL_FILTER_DELAY(const VomoComplexDouble *psFilter, 
                                              VomoComplexDouble **ppsFilter,
                                              VomoHandle *phFilter) VOMO_NOEXCEPT;
 
+/* Puts a waveform through a low pass of one pole at dFc hertz, sample after sample, in place.
+ * Sample 0 stays as it is. PARAM_NOT_VALID for fewer than 2 samples; PARAM_OUT_OF_RANGE for a
+ * sample interval or dFc not above 0 and for dFc at or above half the sample rate. */
+VOMO_API VomoStatus VomoAPPLY_CLOCK_FILTER_TO_WAVEFORM(VomoWaveform *psWaveform,
+                                                       double dFc) VOMO_NOEXCEPT;
+
+/* Puts the visible samples through the filter of first or second order that
+ * VomoGENERATE_FIRST_ORDER_FILTER or VomoGENERATE_SECOND_ORDER_FILTER makes, in double precision.
+ * The transform takes the samples as one turn of a circle: a step from the last one to the first is
+ * filtered like any other.
+ * iOrder: 1 or 2. dFc: hertz. dZ: damping of order 2, not read for order 1. iHighPass: 0 low pass.
+ * ppsFiltered, phFiltered: a new waveform of as many samples and no hidden ones; the caller frees
+ * it.
+ * PARAM_OUT_OF_RANGE for another order and for dFc, the sample interval or, in order 2, dZ not
+ * above 0; MEMORY_ALLOCATION_FAILED also for a waveform without samples. */
+VOMO_API VomoStatus VomoAPPLY_SIMPLE_FILTER_TO_WAVEFORM(const VomoWaveform *psWaveform,
+                                                        int32_t iOrder, double dFc, double dZ,
+                                                        int32_t iHighPass,
+                                                        VomoWaveform **ppsFiltered,
+                                                        VomoHandle *phFiltered) VOMO_NOEXCEPT;
+
+/* VomoAPPLY_SIMPLE_FILTER_TO_WAVEFORM of order 1. */
+VOMO_API VomoStatus VomoAPPLY_FIRST_ORDER_FILTER_TO_WAVEFORM(const VomoWaveform *psWaveform,
+                                                             double dFc, int32_t iHighPass,
+                                                             VomoWaveform **ppsFiltered,
+                                                             VomoHandle *phFiltered) VOMO_NOEXCEPT;
+
+/* Continuous-time linear equaliser, in the frequency domain and in float: with s = j 2 pi f,
+ *   H = fAdc * p1 * p2 * (1 + s / z) / ((p1 + s) (p2 + s)),  z = 2 pi fFz and so on,
+ * so the gain at DC is fAdc. The zero and the poles are in hertz.
+ * So that the transform's circle closes without a step, the result hides samples at both ends:
+ * first up to a front sample outside the middle half of the signal's range and behind a back sample
+ * that matches it, then 3 more at each end. Hidden samples keep their unfiltered values. A signal
+ * that does not swing about zero is trimmed less. psWaveform: at least 7 samples after that first
+ * trimming. Changed only if a work buffer can't be had: it then hides more samples at its end until
+ * a shorter transform succeeds. ppsFiltered, phFiltered: a new waveform of all stored samples,
+ * trimmed; the caller frees it. PARAM_OUT_OF_RANGE for fewer samples and for a parameter or sample
+ * interval not above 0. */
+VOMO_API VomoStatus VomoAPPLY_CTLE_FILTER_TO_WAVEFORM(VomoWaveform *psWaveform, float fAdc,
+                                                      float fFz, float fFp1, float fFp2,
+                                                      VomoWaveform **ppsFiltered,
+                                                      VomoHandle *phFiltered) VOMO_NOEXCEPT;
+
+/* Rounds ulCount VomoComplexDouble in pBuffer to as many VomoComplexFloat at its beginning; beyond
+ * the float range the result is infinite. Always success; NULL does nothing. */
+VOMO_API VomoStatus VomoCONVERT_FC64_FC32_I(uint32_t ulCount, void *pBuffer) VOMO_NOEXCEPT;
+
 /* ============================== Eye diagrams ================================================ */
 
 /* How the voltage margins are taken. */

@@ -125,6 +125,9 @@ class Received {
     *pointer = std::exchange(pointer_, nullptr);
     *handle = std::exchange(handle_, 0u);
   }
+  BlockOf<T> Take() {
+    return BlockOf<T>(std::exchange(pointer_, nullptr), std::exchange(handle_, 0u));
+  }
 
  private:
   T *pointer_ = nullptr;

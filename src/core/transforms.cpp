@@ -4,6 +4,7 @@
 
 #include "core/boundary.h"
 #include "core/handle_table.h"
+#include "core/run_transform.h"
 #include "core/status.h"
 #include "primitives/dft.h"
 #include "primitives/status_text.h"
@@ -42,15 +43,6 @@ VomoStatus MakeSpec(CreateSpec create, uint64_t length, int32_t flag, DftSpecOwn
   return Vomo_STATUS_SUCCESS;
 }
 
-// run: a Dft run operation from Src to Dst.
-template <class Src, class Dst>
-VomoStatus RunSpec(int32_t (*run)(const Src *, Dst *, DftSpec *, void *), const Src *source,
-                   Dst *out, const DftSpecOwner &spec) {
-  const int32_t status = run(source, out, spec.get(), nullptr);
-  return status == kNoError ? Vomo_STATUS_SUCCESS
-                            : PrimitiveFailure(status, Vomo_STATUS_FFT_COMPUTE_ERROR);
-}
-
 constexpr CreateSpec CreateComplex(const VomoComplexDouble *) {
   return DftSpecCreate_C_64fc;
 }
@@ -75,7 +67,7 @@ VomoStatus TransformComplex(int32_t (*run)(const Complex *, Complex *, DftSpec *
     VomoStatus status = MakeSpec(CreateComplex(source), range.count, kDftDivideNeither, &spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     auto result = BlockOf<Complex>::Allocate(range.count);
-    status = RunSpec(run, source + range.first, result.get(), spec);
+    status = RunTransform(run, source + range.first, result.get(), spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     result.Deliver(out, out_handle);
     *out_step = output_step(step, static_cast<double>(range.count));
@@ -109,7 +101,7 @@ VomoStatus AmplitudeSpectrum(const float *samples, uint64_t count, VomoComplexFl
       kNoError) {
     return Vomo_STATUS_MEMORY_ALLOCATION_FAILED;
   }
-  return RunSpec(DftForward_R_32f, samples, bins, DftSpecOwner(created));
+  return RunTransform(DftForward_R_32f, samples, bins, DftSpecOwner(created));
 }
 
 }  // namespace
@@ -164,7 +156,7 @@ extern "C" VomoStatus VomoFFT_REAL_DOUBLE(const double *pSource, uint32_t ulMin,
     // A pointer that is already there is the output, and the caller answers for its size.
     BlockOf<VomoComplexDouble> bins(*ppOut, 0);
     if (*ppOut == nullptr) bins = BlockOf<VomoComplexDouble>::Allocate(BinCount(range.count));
-    status = RunSpec(DftForward_R_64f, pSource + range.first, bins.get(), spec);
+    status = RunTransform(DftForward_R_64f, pSource + range.first, bins.get(), spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     bins.Deliver(ppOut, phOut);
     *pulOutCount = static_cast<uint32_t>(BinCount(range.count));
@@ -191,7 +183,7 @@ extern "C" VomoStatus VomoIFFT_REAL_DOUBLE(const VomoComplexDouble *pSource, uin
     VomoStatus status = MakeSpec(DftSpecCreate_R_64f, count, kDftDivideInverse, &spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     auto samples = BlockOf<double>::Allocate(count);
-    status = RunSpec(DftInverse_R_64f, pSource + range.first, samples.get(), spec);
+    status = RunTransform(DftInverse_R_64f, pSource + range.first, samples.get(), spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     samples.Deliver(ppOut, phOut);
     *pulOutCount = static_cast<uint32_t>(count);

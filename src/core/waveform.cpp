@@ -1,6 +1,8 @@
 #include "core/waveform.h"
 
 #include <cstring>
+#include <limits>
+#include <new>
 
 #include "core/boundary.h"
 #include "core/handle_table.h"
@@ -19,6 +21,17 @@ BlockOf<VomoWaveform> NewWaveform(uint32_t sample_count, double sample_interval_
   auto *record = static_cast<VomoWaveform *>(block.memory());
   *record = {sample_count, sample_interval_s, samples, 0, 0};
   return BlockOf<VomoWaveform>(record, block.Release());
+}
+
+BlockOf<VomoWaveform> CopyOfStored(const VomoWaveform &waveform) {
+  const uint64_t count = StoredSampleCount(waveform);
+  if (count > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
+  auto copy = NewWaveform(static_cast<uint32_t>(count), waveform.dSampleInterval);
+  if (count != 0) {
+    std::memcpy(copy->pfSamples, FirstStoredSample(waveform), count * sizeof(float));
+  }
+  HideEnds(*copy, waveform.ulTrimFront, waveform.ulTrimBack);
+  return copy;
 }
 
 }  // namespace vomo

@@ -24,9 +24,20 @@ inline bool HasSamples(const VomoWaveform *waveform) {
   return waveform != nullptr && waveform->ulNumSamples != 0 && waveform->pfSamples != nullptr;
 }
 
+// Hides visible samples at either end, in the record alone; they must be there.
+inline void HideEnds(VomoWaveform &waveform, uint32_t front, uint32_t back) {
+  waveform.pfSamples += front;
+  waveform.ulNumSamples -= front + back;
+  waveform.ulTrimFront += front;
+  waveform.ulTrimBack += back;
+}
+
 // A record and its samples in one block, the samples not set: for whoever writes all of them.
 // Throws std::bad_alloc when there is no memory or no handle.
 BlockOf<VomoWaveform> NewWaveform(uint32_t sample_count, double sample_interval_s);
+
+// All stored samples in a block of their own, hidden to the same extent. Throws std::bad_alloc.
+BlockOf<VomoWaveform> CopyOfStored(const VomoWaveform &waveform);
 
 }  // namespace vomo
 

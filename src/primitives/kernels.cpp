@@ -202,6 +202,15 @@ struct ComplexQuotient {
   }
 };
 
+// A constant's product in double for both types too, as its quotient: each part is rounded once.
+struct ComplexConstantProduct {
+  Simd<double> operator()(Simd<double> a, Simd<double> b) const { return ComplexProduct()(a, b); }
+  HalfSimd<float> operator()(HalfSimd<float> a, HalfSimd<float> b) const {
+    return Converted<HalfSimd<float>>(
+        ComplexProduct()(Converted<Simd<double>>(a), Converted<Simd<double>>(b)));
+  }
+};
+
 // Whole vectors first; the last scalars go through one that is filled up with zeros.
 template <class Vector, class T, class Operation, class... Sources>
 void CombineVectors(T *dst, int64_t count, Operation operation, const Sources *...sources) {
@@ -526,8 +535,8 @@ const Kernels kTable = {
     .add_const_32f = CombineConstant<float, Sum>,
     .add_const_64f = CombineConstant<double, Sum>,
     .const_minus_64f = CombineConstant<double, SecondMinusFirst>,
-    .scale_32fc = CombineComplexConstant<Simd<float>, ComplexProduct>,
-    .scale_64fc = CombineComplexConstant<Simd<double>, ComplexProduct>,
+    .scale_32fc = CombineComplexConstant<HalfSimd<float>, ComplexConstantProduct>,
+    .scale_64fc = CombineComplexConstant<Simd<double>, ComplexConstantProduct>,
     .divide_const_32fc = CombineComplexConstant<HalfSimd<float>, ComplexQuotient>,
     .divide_const_64fc = CombineComplexConstant<Simd<double>, ComplexQuotient>,
     .add_const_64fc = CombineComplexConstant<Simd<double>, ComplexSum>,

@@ -20,7 +20,7 @@ constexpr Cd kCd = {-2.1, 0.6};
 // compiler may not fuse.
 template <class C, class T>
 C Times(T are, T aim, T bre, T bim) {
-  return {are * bre - aim * bim, are * bim + aim * bre};
+  return {static_cast<Part<C>>(are * bre - aim * bim), static_cast<Part<C>>(are * bim + aim * bre)};
 }
 template <class C>
 C Over(double are, double aim, double bre, double bim) {
@@ -128,7 +128,9 @@ TEST(VecMap, ComplexArithmetic) {
 
 TEST(VecMap, ComplexConstants) {
   CheckMap<Cf>("VecScaleInPlace_32fc", WithConstant(VecScaleInPlace_32fc, kCf),
-               [](Cf, Cf b, std::size_t) { return Times<Cf>(b.fRe, b.fIm, kCf.fRe, kCf.fIm); });
+               [](Cf, Cf b, std::size_t) {
+                 return Times<Cf>(double{b.fRe}, double{b.fIm}, double{kCf.fRe}, double{kCf.fIm});
+               });
   CheckMap<Cd>("VecScaleInPlace_64fc", WithConstant(VecScaleInPlace_64fc, kCd),
                [](Cd, Cd b, std::size_t) { return Times<Cd>(b.dRe, b.dIm, kCd.dRe, kCd.dIm); });
   CheckMap<Cf>("VecDivConstInPlace_32fc", WithConstant(VecDivConstInPlace_32fc, kCf),
