@@ -17,8 +17,8 @@ extern "C" VomoStatus VomoAPPLY_CLOCK_FILTER_TO_WAVEFORM(VomoWaveform *psWavefor
   float *const samples = psWaveform->pfSamples;
   for (uint32_t i = 1; i < psWaveform->ulNumSamples; ++i) {
     // The previous output is the float that was stored.
-    samples[i] = static_cast<float>(double{samples[i - 1]} * of_previous +
-                                    double{samples[i]} * of_input);
+    samples[i] =
+        static_cast<float>(double{samples[i - 1]} * of_previous + double{samples[i]} * of_input);
   }
   return Vomo_STATUS_SUCCESS;
 }

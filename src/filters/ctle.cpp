@@ -20,8 +20,8 @@ struct Response {
     p1 = setting.fFp1 * kTwoPi;
     p2 = setting.fFp2 * kTwoPi;
     const float zero = setting.fFz * kTwoPi;
-    w_step = 1.0f / (static_cast<float>(sample_interval_s) * static_cast<float>(sample_count)) *
-             kTwoPi;
+    w_step =
+        1.0f / (static_cast<float>(sample_interval_s) * static_cast<float>(sample_count)) * kTwoPi;
     k = p1 * setting.fAdc * p2;
     u_step = k * w_step / zero;
   }

@@ -29,8 +29,7 @@ VomoStatus FilterSpectrum(const Filter &filter, double delta_f, VomoComplexDoubl
   Received<VomoComplexDouble> response;
   const VomoStatus status = filter.Generate(delta_f, bin_count, response);
   if (Vomo_STATUS_IS_ERROR(status)) return status;
-  const int32_t product =
-      VecMulInPlace_64fc(response.get(), bins, static_cast<int32_t>(bin_count));
+  const int32_t product = VecMulInPlace_64fc(response.get(), bins, static_cast<int32_t>(bin_count));
   return product == 0 ? Vomo_STATUS_SUCCESS : Vomo_STATUS_COMPUTATION_ERROR;
 }
 

@@ -86,18 +86,18 @@ struct SimpleCase {
 };
 
 // Whole periods of a tone come back with the gain and phase of the closed form. The work between is
-// double; samples are rounded to float on either side, 2^-25 each of an amplitude of 1, and those of
-// the input come through times the sum of the impulse response's magnitudes at most. That is largest
-// for the damping of 0.1, where it is about 2 / (0.1 pi) = 6.4.
+// double; samples are rounded to float on either side, 2^-25 each of an amplitude of 1, and those
+// of the input come through times the sum of the impulse response's magnitudes at most. That is
+// largest for the damping of 0.1, where it is about 2 / (0.1 pi) = 6.4.
 TEST(ApplyFilter, SimpleFilterAtTones) {
-  const SimpleCase cases[] = {{1, 20e9, 0, 0}, {1, 20e9, NAN, 1}, {2, 20e9, 0.5, 0},
-                              {2, 20e9, 0.5, 1}, {2, 3e9, 0.1, 0}};
+  const SimpleCase cases[] = {
+      {1, 20e9, 0, 0}, {1, 20e9, NAN, 1}, {2, 20e9, 0.5, 0}, {2, 20e9, 0.5, 1}, {2, 3e9, 0.1, 0}};
   for (const auto &c : cases) {
     for (const int count : {360, 361, 7, 1}) {
       for (const int periods : {0, 1, 3, 97}) {
         if (2 * periods >= count) continue;
-        SCOPED_TRACE(testing::Message() << c.order << " " << c.high_pass << " " << count << " "
-                                        << periods);
+        SCOPED_TRACE(testing::Message()
+                     << c.order << " " << c.high_pass << " " << count << " " << periods);
         const auto tone = [&](double turn) { return std::cos(kTwoPi * turn + 0.4); };
         std::vector<float> input(static_cast<size_t>(count));
         for (int i = 0; i < count; ++i) {
@@ -106,14 +106,15 @@ TEST(ApplyFilter, SimpleFilterAtTones) {
         Samples samples(input, kInterval);
         Received<VomoWaveform> output;
         ASSERT_EQ(c.Apply(samples.get(), output), 0u);
-        EXPECT_EQ(vomo_test::Counts(*output.get()), (std::vector<uint32_t>{0, static_cast<uint32_t>(count), 0}));
+        EXPECT_EQ(vomo_test::Counts(*output.get()),
+                  (std::vector<uint32_t>{0, static_cast<uint32_t>(count), 0}));
         EXPECT_EQ(output->dSampleInterval, kInterval);
         EXPECT_EQ(samples.stored, input);
         const auto h = c.Response(periods / (count * kInterval));
         for (int i = 0; i < count; ++i) {
           const double turn = 1.0 * periods * i / count + std::arg(h) / kTwoPi;
-          EXPECT_NEAR(output->pfSamples[i], std::abs(h) * tone(turn),
-                      0x1p-25 * (6.4 + std::abs(h))) << i;
+          EXPECT_NEAR(output->pfSamples[i], std::abs(h) * tone(turn), 0x1p-25 * (6.4 + std::abs(h)))
+              << i;
         }
       }
     }
@@ -135,7 +136,8 @@ TEST(ApplyFilter, SimpleFilterStepResponses) {
   } cases[] = {
       {"first order low pass", {1, kFc, 0, 0}, [](double t) { return 1 - std::exp(-kW * t); }},
       {"first order high pass", {1, kFc, 0, 1}, [](double t) { return std::exp(-kW * t); }},
-      {"second order low pass", {2, kFc, 0.5, 0},
+      {"second order low pass",
+       {2, kFc, 0.5, 0},
        [damped](double t) {
          const double angle = damped * kW * t;
          return 1 - std::exp(-0.5 * kW * t) * (std::cos(angle) + 0.5 / damped * std::sin(angle));
@@ -170,7 +172,10 @@ TEST(ApplyFilter, SimpleFilterRefusals) {
       {"no interval", {1, 1e9, 1, 0}, 0, 4, Vomo_STATUS_PARAM_OUT_OF_RANGE},
       {"NaN interval", {1, 1e9, 1, 0}, NAN, 4, Vomo_STATUS_PARAM_OUT_OF_RANGE},
       {"no samples", {1, 1e9, 1, 0}, 1e-12, 0, Vomo_STATUS_MEMORY_ALLOCATION_FAILED},
-      {"more samples than a block can hold", {1, 1e9, 1, 0}, 1e-12, 1u << 31,
+      {"more samples than a block can hold",
+       {1, 1e9, 1, 0},
+       1e-12,
+       1u << 31,
        Vomo_STATUS_MEMORY_ALLOCATION_FAILED},
   };
   for (const auto &c : cases) {
@@ -180,15 +185,16 @@ TEST(ApplyFilter, SimpleFilterRefusals) {
     VomoHandle handle = 77;
     EXPECT_EQ(VomoAPPLY_SIMPLE_FILTER_TO_WAVEFORM(samples.get(), c.filter.order, c.filter.fc,
                                                   c.filter.z, 0, &output, &handle),
-              c.status) << c.what;
+              c.status)
+        << c.what;
     EXPECT_EQ(handle, 77u) << c.what;
     EXPECT_EQ(output, nullptr) << c.what;
   }
   Samples good({1, 2, 3, 4});
   Received<VomoWaveform> out;
-  EXPECT_EQ(VomoAPPLY_FIRST_ORDER_FILTER_TO_WAVEFORM(nullptr, 1, 0, out.pointer(),
-                                                     out.handle_out()),
-            Vomo_STATUS_PARAM_NOT_VALID);
+  EXPECT_EQ(
+      VomoAPPLY_FIRST_ORDER_FILTER_TO_WAVEFORM(nullptr, 1, 0, out.pointer(), out.handle_out()),
+      Vomo_STATUS_PARAM_NOT_VALID);
   EXPECT_EQ(VomoAPPLY_FIRST_ORDER_FILTER_TO_WAVEFORM(good.get(), 1, 0, nullptr, out.handle_out()),
             Vomo_STATUS_PARAM_NOT_VALID);
   EXPECT_EQ(VomoAPPLY_FIRST_ORDER_FILTER_TO_WAVEFORM(good.get(), 1, 0, out.pointer(), nullptr),

@@ -106,8 +106,10 @@ std::vector<double> EqualiseDirectly(const VomoWaveform &trimmed, const VomoCTLE
   for (int i = 0; i < n; ++i) {
     for (int k = 0; k <= n / 2; ++k) {
       const double weight = k == 0 || 2 * k == n ? 1.0 / n : 2.0 / n;
-      const Complex bin = 2 * k == n ? bins[static_cast<size_t>(k)].real() : bins[static_cast<size_t>(k)];
-      result[static_cast<size_t>(i)] += weight * (bin * std::polar(1.0, kTwoPi * (k * i % n) / n)).real();
+      const Complex bin =
+          2 * k == n ? bins[static_cast<size_t>(k)].real() : bins[static_cast<size_t>(k)];
+      result[static_cast<size_t>(i)] +=
+          weight * (bin * std::polar(1.0, kTwoPi * (k * i % n) / n)).real();
     }
   }
   return result;

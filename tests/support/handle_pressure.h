@@ -38,8 +38,8 @@ class HandlePressure {
 };
 
 // Runs a call with no free slot, then with one, and so on until it succeeds, which must take the
-// given number of slots. Each earlier call must fail for want of memory and leave nothing allocated.
-// call: returns a status and frees what it was given.
+// given number of slots. Each earlier call must fail for want of memory and leave nothing
+// allocated. call: returns a status and frees what it was given.
 template <class Call>
 void ExpectSlotsNeeded(int needed, Call call) {
   for (int slots = 0; slots <= needed; ++slots) {
