@@ -1216,6 +1216,56 @@ VOMO_API VomoStatus VomoAPPLY_CTLE_FILTER_TO_WAVEFORM(VomoWaveform *psWaveform, 
  * the float range the result is infinite. Always success; NULL does nothing. */
 VOMO_API VomoStatus VomoCONVERT_FC64_FC32_I(uint32_t ulCount, void *pBuffer) VOMO_NOEXCEPT;
 
+/* The two functions below walk over a waveform as a receiver with a DFE does. A decision is in
+ * force, and the taps make a feedback level of it and of those before: tap 0 weighs the decision in
+ * force, taps 1 and 2 both weigh the one before, taps 3 and 4 the one before that, and so on. An
+ * edge lies where the signal crosses that level, stays beyond it for more than iPtsAboveThresh
+ * samples, and reaches the level that the other decision would bring. Between two edges the clock
+ * has as many two-part elements as there are unit intervals, of equal length and with the level of
+ * each; before the first edge and behind the last one it has none. A walk whose next edge would not
+ * come later than the one before ends with DFE_SEARCH_FAILED; it adds a line to "DFE_Error.txt" in
+ * the working directory and leaves two blocks in the table until Vomo_Handle_Free_All.
+ *
+ * psDFEParams, read: dUnitInterval, the taps (the first iDFETapCount, at most 16; none act as a
+ *   single tap of 0 V), iPtsAboveThresh, eHeightType. Written: the taps. With iDFEComputeTaps the
+ *   others are cleared, and a first tap of exactly 0.0 is estimated from the levels of bits with
+ * and without an edge before them; then each tap is clamped to its bounds. */
+
+/* Judges taps by the eye that they open, sampled from 0.4 to a little past 0.6 of each unit
+ * interval. psDFEParams: also reads iUICount, the unit intervals to analyse from the first sample
+ * on (0: all), and eOptValue. pdMinInterval, pdMaxInterval: shortest and longest element, seconds.
+ * pfEyeHigh, pfEyeLow: the levels nearest to 0 V at the sampling phase whose height is least; with
+ *   OPT_EYE_RATIO at that of the best score.
+ * pfTransHigh, pfTransLow, pfNonTransHigh, pfNonTransLow: optional. Largest levels by magnitude
+ * there, volts, of bits of another sign than the one before and of bits of the same sign. pdScore:
+ * optional. OPT_EYE_WIDTH seconds, OPT_EYE_HEIGHT volts, OPT_EYE_AREA their product; OPT_EYE_RATIO
+ * the best of height times the ratio of the two kinds' openings; 0.0 for anything else. More is
+ * better. After a failure all outputs are 0, except that they are untouched when a required pointer
+ * is NULL. PARAM_OUT_OF_RANGE for a waveform without samples, a sample interval not above 0, fewer
+ * than two crossovers or fewer than two edges of the DFE; DFE_SEARCH_FAILED as above. */
+VOMO_API VomoStatus VomoFIND_DFE_TAP(const VomoWaveform *psWaveform, VomoDFEParams *psDFEParams,
+                                     double *pdMinInterval, double *pdMaxInterval, float *pfEyeHigh,
+                                     float *pfEyeLow, float *pfTransHigh, float *pfTransLow,
+                                     float *pfNonTransHigh, float *pfNonTransLow,
+                                     double *pdScore) VOMO_NOEXCEPT;
+
+/* Takes the feedback of each unit interval off the samples that lie in it, over the whole waveform;
+ * iUICount is not read here. A sample exactly on the bound of two intervals loses the levels of
+ * both. Samples before the first edge and behind the last one stay. iFindTaps: not 0 first runs
+ * VomoFIND_DFE_TAP on the waveform's beginning, iUICount intervals and 2 percent more, for what
+ * that does to the taps; its status is lost. ppsCrossovers, phCrossovers: optional. Crossovers at 0
+ * V of the waveform as it is given, with room for two-part elements that are not set; the caller
+ * frees it. pdMinInterval: optional, their smallest spacing, seconds. psReserved: not read; NULL.
+ * ppsClock, phClock: optional. The clock of those crossovers with the DFE's elements; the caller
+ * frees it. ppsFiltered, phFiltered: optional. A new waveform with the same trimming, its hidden
+ * samples 0; the caller frees it. When NULL, psWaveform is changed in place. PARAM_OUT_OF_RANGE and
+ * DFE_SEARCH_FAILED as above; a waveform without an edge of the DFE is a success. */
+VOMO_API VomoStatus VomoAPPLY_DFE_FILTER_TO_WAVEFORM(
+    VomoWaveform *psWaveform, VomoDFEParams *psDFEParams, int32_t iFindTaps,
+    VomoCrossoverData **ppsCrossovers, VomoHandle *phCrossovers, double *pdMinInterval,
+    const VomoPatChkData *psReserved, VomoCrossoverData **ppsClock, VomoHandle *phClock,
+    VomoWaveform **ppsFiltered, VomoHandle *phFiltered) VOMO_NOEXCEPT;
+
 /* ============================== Eye diagrams ================================================ */
 
 /* How the voltage margins are taken. */

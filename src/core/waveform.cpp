@@ -1,5 +1,6 @@
 #include "core/waveform.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -23,14 +24,17 @@ BlockOf<VomoWaveform> NewWaveform(uint32_t sample_count, double sample_interval_
   return BlockOf<VomoWaveform>(record, block.Release());
 }
 
-BlockOf<VomoWaveform> CopyOfStored(const VomoWaveform &waveform) {
+BlockOf<VomoWaveform> NewStoredLike(const VomoWaveform &waveform) {
   const uint64_t count = StoredSampleCount(waveform);
   if (count > std::numeric_limits<uint32_t>::max()) throw std::bad_alloc();
-  auto copy = NewWaveform(static_cast<uint32_t>(count), waveform.dSampleInterval);
-  if (count != 0) {
-    std::memcpy(copy->pfSamples, FirstStoredSample(waveform), count * sizeof(float));
-  }
-  HideEnds(*copy, waveform.ulTrimFront, waveform.ulTrimBack);
+  auto made = NewWaveform(static_cast<uint32_t>(count), waveform.dSampleInterval);
+  HideEnds(*made, waveform.ulTrimFront, waveform.ulTrimBack);
+  return made;
+}
+
+BlockOf<VomoWaveform> CopyOfStored(const VomoWaveform &waveform) {
+  auto copy = NewStoredLike(waveform);
+  std::copy_n(FirstStoredSample(waveform), StoredSampleCount(waveform), FirstStoredSample(*copy));
   return copy;
 }
 

@@ -36,7 +36,9 @@ inline void HideEnds(VomoWaveform &waveform, uint32_t front, uint32_t back) {
 // Throws std::bad_alloc when there is no memory or no handle.
 BlockOf<VomoWaveform> NewWaveform(uint32_t sample_count, double sample_interval_s);
 
-// All stored samples in a block of their own, hidden to the same extent. Throws std::bad_alloc.
+// A record of the same interval with room for all stored samples, hidden to the same extent;
+// without the samples or with a copy of them. Throws std::bad_alloc.
+BlockOf<VomoWaveform> NewStoredLike(const VomoWaveform &waveform);
 BlockOf<VomoWaveform> CopyOfStored(const VomoWaveform &waveform);
 
 }  // namespace vomo

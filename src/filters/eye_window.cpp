@@ -36,8 +36,7 @@ struct PhaseLevels {
     return double{level[kHighAfterHigh]} - double{level[kLowAfterLow]};
   }
   EyeLevels Levels() const {
-    return {level[kHighAfterLow], level[kLowAfterHigh], level[kHighAfterHigh],
-            level[kLowAfterLow]};
+    return {level[kHighAfterLow], level[kLowAfterHigh], level[kHighAfterHigh], level[kLowAfterLow]};
   }
 };
 

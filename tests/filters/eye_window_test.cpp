@@ -50,8 +50,8 @@ struct Eye {
 
   EyeOpening Measure(float begin, float end, PhaseChoice choice) {
     EyeOpening opening{};
-    EXPECT_EQ(vomo::VomoEyeWindow(signal.front().record, *clock.get(), begin, end, choice, &opening),
-              0u);
+    EXPECT_EQ(
+        vomo::VomoEyeWindow(signal.front().record, *clock.get(), begin, end, choice, &opening), 0u);
     return opening;
   }
 
@@ -114,13 +114,18 @@ TEST(EyeWindow, KindsOfBits) {
   const struct {
     const char *what;
     std::vector<int> bits;
-    double nh, nl;      // delivered levels of non-transition bits
-    double high, low;   // the less open ones
+    double nh, nl;     // delivered levels of non-transition bits
+    double high, low;  // the less open ones
     double score;
   } cases[] = {
       // The last entry of the clock begins no interval.
       {"both kinds", {1, -1, -1, -1, 1, 1, 1, 0}, 0.2, -0.2, 0.2, -0.2, 0.2 * 0.4},
-      {"two bits that stay are too few to judge by", {1, -1, -1, 1, 1, -1, 0}, 0.2, -0.2, 0.2, -0.2,
+      {"two bits that stay are too few to judge by",
+       {1, -1, -1, 1, 1, -1, 0},
+       0.2,
+       -0.2,
+       0.2,
+       -0.2,
        0},
       {"one that stays low", {1, -1, -1, 1, -1, 0}, 1, -0.2, 0, -0.2, 0},
       {"transitions alone", {1, -1, 1, -1, 1, 0}, 1, -1, 0, 0, 0},
@@ -186,10 +191,14 @@ TEST(EyeScore, HandWorkedCases) {
     bool sum;
     double score;
   } cases[] = {
-      {OPT_EYE_WIDTH, true, 7},       {OPT_EYE_WIDTH, false, 3},
-      {OPT_EYE_HEIGHT, true, 0.625},  {OPT_EYE_HEIGHT, false, 0.25},
-      {OPT_EYE_AREA, true, 4.375},    {OPT_EYE_AREA, false, 0.75},
-      {OPT_EYE_RATIO, true, 0.75 / 0.875}, {OPT_EYE_RATIO, false, 0.75 / 0.875},
+      {OPT_EYE_WIDTH, true, 7},
+      {OPT_EYE_WIDTH, false, 3},
+      {OPT_EYE_HEIGHT, true, 0.625},
+      {OPT_EYE_HEIGHT, false, 0.25},
+      {OPT_EYE_AREA, true, 4.375},
+      {OPT_EYE_AREA, false, 0.75},
+      {OPT_EYE_RATIO, true, 0.75 / 0.875},
+      {OPT_EYE_RATIO, false, 0.75 / 0.875},
       {4, true, 0},
   };
   for (const auto &c : cases) {
