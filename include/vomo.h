@@ -1289,7 +1289,8 @@ typedef struct VomoTemplate {
   float fYMargin;
 } VomoTemplate;
 
-/* Bounding box and edge slopes of a convex template polygon, vertices clockwise. */
+/* Bounding box and edge slopes of a convex template polygon, vertices clockwise with volts upwards.
+ * Up to 24 vertices; a hexagon or a diamond is usual. */
 typedef struct VomoPassFailInfo {
   /* Volts. */
   float fEyeYMin, fEyeYMax;
@@ -1299,15 +1300,18 @@ typedef struct VomoPassFailInfo {
   double adSlopes[24];
 } VomoPassFailInfo;
 
-/* Margins between an eye and its template. */
+/* Margins between an eye and its template. Counts start from what stands here, so clear the record
+ * before a run. */
 typedef struct VomoTemplateMargins {
   /* Not 0: collect the two arrays, by bins of dMarginBinWidth UI. The drivers do not. */
   uint16_t usCollectMargins;
   double dMarginBinWidth;
   float afUpperMargin[100], afLowerMargin[100];
-  /* Traces that reach into the template from above; counted on from what stands here. */
+  /* Traces above 0 V that fail the template's top: at its centre (Vomo_CENTER_MIN), or with every
+   * column below the top (Vomo_RANGE_MAX). */
   uint32_t ulHighMarginCount;
-  /* Smallest distance above the template, volts, negative when inside, and its clock index. */
+  /* Distance above the template's top, volts, negative when inside, and its clock index, which is
+   * 0xFFFFFFFF for none. */
   float fHighMargin;
   uint32_t ulHighMarginInterval;
   /* The same below the template: positive when inside. */
@@ -1323,6 +1327,105 @@ typedef struct VomoTemplateMargins {
 typedef struct VomoHistogramData {
   double *pdFirst, *pdSecond, *pdThird;
 } VomoHistogramData;
+
+/* Folds a stretch of a waveform over the unit intervals of its clock. Each interval adds one trace:
+ * the samples from dEyePlotWrapLeftValue before it to dEyePlotWrapRightValue behind it, on an axis
+ * that runs from the timing error of the interval's own edge to 1 plus that of the next edge.
+ *
+ * eDiagramType: 1 all intervals; 2 transition bits only; 3 non-transition bits only; any other
+ * value draws nothing. In a non-transition bit the two samples half a UI to either side of the
+ *   interval's first edge have the same sign; a product of 0 is a transition.
+ * bWithIntervalIdx: not 0 fills aulIntervalIdxArray, which is NULL otherwise.
+ * dUI: seconds, the width of the axis.
+ * ulFirstInterval, ulLastInterval: clock indices. One below ulClockOffset counts as that.
+ * psClock: edge times. pdIntervalError: seconds, element k for clock index ulClockOffset + k; it
+ *   holds one element more than the intervals drawn.
+ * dEyePlotWrapLeftValue, dEyePlotWrapRightValue: UI, at most 1.0; 0.0 draws the interval alone.
+ * psDiagram: the points, trace by trace, with margins of -1.0 and 0.0. pHandle: the block of its
+ *   arrays; the caller frees it.
+ *
+ * The diagram holds at most as many points as the intervals have samples, so with wraps of 0.0 the
+ * last traces are cut. An interval without a next edge, and one that the timing errors leave with
+ * no positive width, draws nothing.
+ *
+ * PARAM_OUT_OF_RANGE for a NULL, an empty waveform, a sample interval or dUI not above 0, a wrap
+ * above 1.0, ulLastInterval not above ulFirstInterval, and ulLastInterval or ulClockOffset not
+ * below the clock's count; MEMORY_ALLOCATION_FAILED also for wraps that leave no point. */
+VOMO_API VomoStatus Vomo_SINGLE_DIAGRAM(uint32_t eDiagramType, uint32_t bWithIntervalIdx,
+                                        double dUI, const VomoWaveform *psWaveform,
+                                        uint32_t ulFirstInterval, uint32_t ulLastInterval,
+                                        const VomoCrossoverData *psClock, uint32_t ulClockOffset,
+                                        const double *pdIntervalError, double dEyePlotWrapLeftValue,
+                                        double dEyePlotWrapRightValue, VomoTemplate *psDiagram,
+                                        VomoHandle *pHandle) VOMO_NOEXCEPT;
+
+/* Makes bounding box and edge slopes of a polygon. Without vertices the box is zeros and the slopes
+ * stay; of more than 24 edges the first 24 get a slope. A vertical edge has an infinite slope.
+ * Always success; does nothing for a NULL. */
+VOMO_API VomoStatus Vomo_INIT_TEMPLATE_INFO_HELP(const VomoTemplate *psTemplate,
+                                                 VomoPassFailInfo *psInfo) VOMO_NOEXCEPT;
+
+/* Tests the points of a diagram against two rails and a template polygon.
+ *
+ * psTemplate: UI and volts, convex, clockwise. A point on its outline passes.
+ * fHighRail, fLowRail: volts; a point on a rail passes. Only abscissae from 0.0 to 1.0 are tested.
+ * eTestType: 0 rails and template; 1 rails only; 2 template only; any other value tests nothing.
+ * psInfo: what Vomo_INIT_TEMPLATE_INFO_HELP made of psTemplate, or NULL to make it here.
+ * pusPass: 1 when no point failed, else 0. pulViolations: failed tests; a point may fail several.
+ * pbyPointStatus: optional, at least as many bytes as the diagram has points, cleared by the
+ * caller. Byte n gets 2 or 3 when the n-th point from 0.0 to 1.0 lies above the high or below the
+ * low rail, then 1 when the n-th point within the template's width lies inside the template. The
+ * two counts are independent, and what is written last stands.
+ *
+ * PARAM_OUT_OF_RANGE for more than 24 vertices. */
+VOMO_API VomoStatus Vomo_DIAGRAM_PASS_FAIL(const VomoTemplate *psDiagram,
+                                           const VomoTemplate *psTemplate, float fHighRail,
+                                           float fLowRail, uint32_t eTestType,
+                                           const VomoPassFailInfo *psInfo, uint16_t *pusPass,
+                                           uint32_t *pulViolations,
+                                           uint8_t *pbyPointStatus) VOMO_NOEXCEPT;
+
+/* Measures how far the eye stands from the bounds of its template, for transition and for
+ * non-transition bits.
+ *
+ * psParams: reads dTargetUI, eVoltageMarginType, the three settings of the voltage histogram,
+ *   sTransPassFailInfo and sNonTransPassFailInfo.
+ * ulFirstInterval to pdIntervalError: as in Vomo_SINGLE_DIAGRAM.
+ * psResults: sTransMargins and sNonTransMargins are written, also on a failure as far as the search
+ *   got. pvPassThrough and the two behind it: not read.
+ *
+ * Vomo_CENTER_MIN: the smallest distance of the traces of each class from the template's top and
+ *   bottom, at its horizontal centre. A trace at 0 V counts as high there.
+ * Vomo_RANGE_MAX: columns of 0.004 UI across the template keep the innermost voltages of the
+ *   traces, which are low ones when at or below 0 V in the middle column. The margins of a class
+ *   come from its trimmed levels in the column where its own eye is widest open. dMarginX,
+ *   fHighLevel and fLowLevel tell for both classes the column where the eye of all bits is widest
+ *   open and its innermost voltages there; dMarginX is -1.0 when there was no trace at all. The
+ *   counts of the non-transition eye also hold those of all bits.
+ *
+ * PARAM_NOT_VALID for another eVoltageMarginType; what Vomo_SINGLE_DIAGRAM refuses is refused with
+ * its word; MEMORY_ALLOCATION_FAILED also for more points than one block could hold, about 134
+ * million. */
+VOMO_API VomoStatus VomoFIND_MARGINS(const VomoComplianceParams *psParams,
+                                     const VomoWaveform *psWaveform, uint32_t ulFirstInterval,
+                                     uint32_t ulLastInterval, const VomoCrossoverData *psClock,
+                                     uint32_t ulClockOffset, const double *pdIntervalError,
+                                     VomoComplianceResults *psResults, void *pvPassThrough,
+                                     void *pvUnused1, void *pvUnused2) VOMO_NOEXCEPT;
+
+/* Finds the extreme voltages of transition and non-transition bits and counts samples beyond the
+ * rails, from the edge ulFirstInterval to one UI behind the edge ulLastInterval. A sample belongs
+ * to a transition bit when the signal one UI before had the other sign.
+ *
+ * psParams: reads the four rails.
+ * psResults: dUnitInterval is read; ulTransRailViolations to ulNonTransMaxIndex are cleared and
+ *   written. A voltage is 0.0 when its sign and class don't occur. An index is 0 for not found and
+ *   for a sample behind the last edge; a sample of interval 0 is told as of interval 1.
+ * Always success; for arguments that can't be used the fields are only cleared. */
+VOMO_API VomoStatus VomoFIND_VOLTAGES(const VomoWaveform *psWaveform,
+                                      const VomoCrossoverData *psClock, uint32_t ulFirstInterval,
+                                      uint32_t ulLastInterval, const VomoComplianceParams *psParams,
+                                      VomoComplianceResults *psResults) VOMO_NOEXCEPT;
 
 /* ============================== Compliance drivers ========================================== */
 

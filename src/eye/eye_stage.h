@@ -1,4 +1,4 @@
-// The stage that ends a run with the eye: voltages, margins and the diagrams to plot.
+// The eye stage of the compliance drivers.
 #ifndef VOMO_EYE_EYE_STAGE_H
 #define VOMO_EYE_EYE_STAGE_H
 
@@ -8,10 +8,20 @@
 
 namespace vomo {
 
-// psParams and psResults as the drivers have filled them (valid range, jitter indices, unit
-// interval). pdIntervalError: the cleaned jitter sequence, one value for each clock edge, seconds.
-// psPlots, psTransPlots: five records each or NULL. pHandle receives the block that holds whatever
-// was put out, 0 if there is nothing.
+// Measures voltages, rail violations and margins, and makes the plots around the intervals where
+// something extreme happened.
+//
+// psParams, psWaveform, psClock: read.
+// psResults: ulFirstValidIndex, ulLastValidIndex, ulFirstIndex, ulLastIndex, dUnitInterval,
+//   ulMaxJitterIndex and ulMinJitterIndex are read, voltages and margins written.
+// ppbyPointStatus: optional. With usIndividualPointInfo, one byte for each sample, all 0.
+// pdIntervalError: seconds, one for each clock edge from ulFirstIndex to ulLastIndex.
+// psPlots, psTransPlots: five records each, or NULL. Without psPlots no diagram is made; without
+//   psTransPlots the transition bits' points follow the others in psPlots. A record whose diagrams
+//   can't be made keeps what it held.
+// psHistogramData: optional. With usGetJitterHistogramData, three arrays of zeros.
+// pHandle: the one block behind these outputs, 0 when nothing was asked for; the caller frees it.
+//   When NULL no output is made. Written on success only.
 VomoStatus Vomo_EyeStage(const VomoComplianceParams *psParams, VomoComplianceResults *psResults,
                          const VomoWaveform *psWaveform, const VomoCrossoverData *psClock,
                          void *pvPassThrough, uint8_t **ppbyPointStatus,
