@@ -1367,7 +1367,9 @@ VOMO_API VomoStatus Vomo_INIT_TEMPLATE_INFO_HELP(const VomoTemplate *psTemplate,
 
 /* Tests the points of a diagram against two rails and a template polygon.
  *
- * psTemplate: UI and volts, convex, clockwise. A point on its outline passes.
+ * psTemplate: UI and volts, convex, clockwise. A point on its outline passes. The test is exact for
+ *   shapes with one slanted edge in each corner of their box, such as hexagon and diamond; where a
+ *   corner is rounded by several, points outside them may count as inside.
  * fHighRail, fLowRail: volts; a point on a rail passes. Only abscissae from 0.0 to 1.0 are tested.
  * eTestType: 0 rails and template; 1 rails only; 2 template only; any other value tests nothing.
  * psInfo: what Vomo_INIT_TEMPLATE_INFO_HELP made of psTemplate, or NULL to make it here.

@@ -66,8 +66,8 @@ bool TraceWalk::Draw(int64_t k, Trace &trace) const {
   // Stretches the interval so that it spans from its own edge's error to one unit interval and the
   // next edge's error.
   const double error_s = request_.error_s[k], next_error_s = request_.error_s[k + 1];
-  const double step_s = (next_error_s + request_.ui_s - error_s) * sample_interval_s_ /
-                        (times_s[1] - times_s[0]);
+  const double step_s =
+      (next_error_s + request_.ui_s - error_s) * sample_interval_s_ / (times_s[1] - times_s[0]);
   if (!(step_s > 0) || !std::isfinite(step_s)) return false;
 
   const double first = std::max(0.0, (left_s_ - error_s) / step_s + edge_sample);

@@ -6,12 +6,13 @@
 
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 namespace vomo_test {
 
-// Bits k = 0, 1, ... from edge k to edge k + 1; edge k lies at k unit intervals. Edges are straight,
-// centred on their time.
+// Bits k = 0, 1, ... from edge k to edge k + 1; edge k lies at k unit intervals. Edges are
+// straight, centred on their time.
 struct EyeSignal {
   double ui_s = 100e-12;
   double samples_per_ui = 10.0;
@@ -20,12 +21,16 @@ struct EyeSignal {
   double transition_v = 0.5;
   double repeated_v = 0.5;
   std::vector<int> bits;  // +1 or -1
+  // Bits with a voltage of their own.
+  std::map<int64_t, double> special_v;
   // Edge k of the clock is late by clock_error_s[k]; empty for none.
   std::vector<double> clock_error_s;
 
   double Level(int64_t bit) const {
     const auto last = static_cast<int64_t>(bits.size()) - 1;
     const auto k = static_cast<std::size_t>(bit < 0 ? 0 : bit > last ? last : bit);
+    const auto special = special_v.find(static_cast<int64_t>(k));
+    if (special != special_v.end()) return special->second;
     const bool repeats = k > 0 && bits[k] == bits[k - 1];
     return bits[k] * (repeats ? repeated_v : transition_v);
   }
@@ -60,6 +65,13 @@ class EyeCapture {
   }
   EyeCapture(const EyeCapture &) = delete;
   EyeCapture &operator=(const EyeCapture &) = delete;
+
+  // Intervals of the given type, with indices, folded over the signal's own unit interval.
+  VomoStatus Fold(uint32_t type, uint32_t first, uint32_t last, double wrap_ui,
+                  VomoTemplate &diagram, VomoHandle &handle) const {
+    return Vomo_SINGLE_DIAGRAM(type, 1, ui_s_, &waveform, first, last, &clock, 0, errors_.data(),
+                               wrap_ui, wrap_ui, &diagram, &handle);
+  }
 
   double ui_s() const { return ui_s_; }
   uint32_t edges() const { return clock.ulCount; }
