@@ -43,10 +43,12 @@ class EyeStage : public testing::Test {
     params_.usIndividualPointInfo = params_.usGetJitterHistogramData = 1;
     params_.ulHistogramBinSizeUI = 7;
     results_.ulFirstValidIndex = 10;
-    results_.ulLastValidIndex = results_.ulLastIndex = 299;
+    // The jitter sequence ends before the clock does: interval 250 has no error of its end.
+    results_.ulLastValidIndex = results_.ulLastIndex = 250;
+    capture_.errors() = std::vector<double>(251);
     results_.dUnitInterval = capture_.ui_s();
     results_.ulMaxJitterIndex = 5;  // in front of the valid range
-    results_.ulMinJitterIndex = 297;
+    results_.ulMinJitterIndex = 248;
     for (int k = 0; k < 5; ++k) plots_[k].dXMargin = transition_plots_[k].dXMargin = 77.0;
   }
   ~EyeStage() override { Vomo_HANDLE_FREE(handle_); }
@@ -95,7 +97,7 @@ constexpr uint32_t kTransition = 2, kRepeated = 3;
 TEST_F(EyeStage, PlotsTheWindowsAroundTheExtremes) {
   ASSERT_EQ(Run(nullptr, plots_, transition_plots_, nullptr, &handle_), 0u);
   Points jitter, transition_jitter;
-  for (const auto &[first, last] : {std::pair{10u, 16u}, std::pair{291u, 298u}}) {
+  for (const auto &[first, last] : {std::pair{10u, 16u}, std::pair{242u, 249u}}) {
     Append(jitter, kRepeated, first, last);
     Append(transition_jitter, kTransition, first, last);
   }
@@ -135,11 +137,12 @@ TEST_F(EyeStage, TellsWhereTheMarginsWereTaken) {
 }
 
 TEST_F(EyeStage, PutsBothClassesInOnePlotWithoutASecondSet) {
+  results_.ulMaxJitterIndex = 12;
   ASSERT_EQ(Run(nullptr, plots_, nullptr, nullptr, &handle_), 0u);
   Points jitter;
   for (const uint32_t type : {kRepeated, kTransition}) {
-    Append(jitter, type, 10, 16);
-    Append(jitter, type, 291, 298);
+    Append(jitter, type, 10, 18);
+    Append(jitter, type, 242, 249);
   }
   ExpectPoints(plots_[0], jitter);
   Points highest;

@@ -8,6 +8,7 @@
 
 #include "eye/column_table.h"
 #include "eye/eye_signal.h"
+#include "eye/range_scan.h"
 
 namespace {
 
@@ -76,13 +77,17 @@ TEST(Margins, AtTheCenterAreTheWorstTrace) {
   EXPECT_EQ(search.repeated.ulLowMarginCount, 0u);
   EXPECT_NEAR(search.repeated.fHighMargin, 0.15 - 0.17, 1e-6) << "inside the template";
 
-  // A trace at 0 V is a high one.
+  // A trace at 0 V is a high one here and a low one in the range.
   signal.special_v = {{20, 0.0}};
   EyeCapture zero(signal);
   Search at_zero(zero);
   at_zero.params.eVoltageMarginType = Vomo_CENTER_MIN;
   ASSERT_EQ(at_zero.Run(), 0u);
   EXPECT_EQ(at_zero.trans.fHighMargin, -0.1f);
+  at_zero.params.eVoltageMarginType = Vomo_RANGE_MAX;
+  ASSERT_EQ(at_zero.Run(), 0u);
+  EXPECT_EQ(at_zero.trans.fLowLevel, 0.0f);
+  EXPECT_NEAR(at_zero.trans.fHighLevel, 0.4, 1e-6);
 }
 
 // About 100 transition bits of either sign: 1 at 0.2 V, 3 at 0.3 V, the rest at 0.5 V.
@@ -139,9 +144,9 @@ TEST(Margins, WithoutAHistogramHaveNoLevels) {
     EXPECT_EQ(search.repeated.fLowMargin, 0.1f) << bin;
     EXPECT_NEAR(search.repeated.fHighLevel, 0.4, 1e-6);
   }
-  // As many bins as there can be: only those with hits cost memory.
+  // Far more bins than traces: only those with hits cost memory.
   Search fine(capture);
-  fine.params.fVoltageHistBinSize = 1e-9f;
+  fine.params.fVoltageHistBinSize = 1e-8f;
   ASSERT_EQ(fine.Run(), 0u);
   EXPECT_NEAR(fine.trans.fHighMargin, 0.4, 1e-6);
 }
@@ -292,7 +297,34 @@ TEST(Margins, CountEveryTraceOnce) {
     EXPECT_EQ(search.trans.ulHighMarginCount + search.trans.ulLowMarginCount, 49u);
     EXPECT_EQ(search.repeated.ulHighMarginCount + search.repeated.ulLowMarginCount, c.of_all + 51u)
         << c.samples_per_ui;
+    // Traces that touch the template's top and bottom are not in it.
+    search.params.sTransPassFailInfo = Bounds(0.3, 0.7, -0.5f, 0.5f);
+    search.results = {};
+    ASSERT_EQ(search.Run(), 0u);
+    EXPECT_EQ(search.trans.ulHighMarginCount + search.trans.ulLowMarginCount, 0u);
   }
+}
+
+// Two traces of three points, columns at -0.5, 0 and 0.5. The second trace's first column is read
+// from the segment that leads back to it, through (1, 12) and (0, 4), and so belongs to the
+// interval of that segment's first point.
+TEST(RangeScan, ReadsColumnsFromTheSegmentsAsTheyFollow) {
+  double high[] = {1000, 1000, 1000}, low[] = {-1000, -1000, -1000};
+  uint32_t high_interval[3], low_interval[3];
+  VomoTemplateMargins margins{};
+  vomo::RangeScan scan(Bounds(-0.5, 0.5, -1.0f, 11.5f), 3,
+                       {{high, high_interval}, {low, low_interval}}, margins);
+  const double x[] = {0, .5, 1};
+  const float first[] = {10, 11, 12}, second[] = {4, 5, 6};
+  scan.Take({x, first, 3, 7});
+  EXPECT_EQ(high[0] + 2 * high[1] + 3 * high[2], 9 + 2 * 10 + 3 * 11);
+  scan.Take({x, second, 3, 8});
+  EXPECT_EQ(high[0], 0.0);
+  EXPECT_EQ(high[1], 4.0);
+  EXPECT_EQ(high[2], 5.0);
+  EXPECT_EQ(high_interval[0], 7u);
+  EXPECT_EQ(high_interval[1], 8u);
+  EXPECT_EQ(margins.ulHighMarginCount, 2u);
 }
 
 TEST(Margins, KeepTheEyeOfNoTraceOpen) {
@@ -329,6 +361,7 @@ TEST(Margins, RefuseAndGoOnAfterwards) {
        [](Search &s) { s.params.sTransPassFailInfo.dEyeXMax = kInfinity; }},
       {"second template too wide", kMemory,
        [](Search &s) { s.params.sNonTransPassFailInfo.dEyeXMax = 1e6; }},
+      {"no points", kMemory, [](Search &s) { s.params.dTargetUI *= 1e-9; }},
       // 59 intervals of 2.5 million samples are more than a block of 2 GB takes.
       {"too many points", kMemory, [](Search &s) { s.params.dTargetUI *= 250000; }},
   };

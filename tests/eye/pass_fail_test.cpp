@@ -22,6 +22,7 @@ const Points kHexagon{{.2, .4, .6, .8, .6, .4}, {0.f, .2f, .2f, 0.f, -.2f, -.2f}
 const Points kDiamond{{.2, .5, .8, .5}, {0.f, .25f, 0.f, -.25f}};
 const Points kPentagon{{.2, .4, .6, .8, .5}, {0.f, .2f, .2f, 0.f, -.2f}};
 const Points kTriangle{{.2, .5, .8}, {0.f, .2f, 0.f}};
+const Points kSliver{{0, .9, 1, .1}, {0.f, 1.f, 1.f, 0.f}};
 const Points kRectangle{{.25, .25, .75, .75}, {-.125f, .125f, .125f, -.125f}};
 
 // The hexagon with its top and bottom divided by further vertices.
@@ -111,6 +112,9 @@ TEST(TemplatePassFail, PassesPointsOnTheOutline) {
       {"on the other vertical edge", kRectangle, .75, 0.f, 0},
       {"on a corner", kRectangle, .25, .125f, 0},
       {"beside it", kRectangle, .2500001, 0.f, 1},
+      // Where the boxes of two edges hold a point the later edge decides.
+      {"above a sliver's first edge", kSliver, .2, .8f, 1},
+      {"below its third edge", kSliver, .8, .2f, 0},
       {"a point with no voltage", kRectangle, .5, std::nanf(""), 1},
   };
   for (const Case &c : cases) {
