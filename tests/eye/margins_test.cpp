@@ -312,7 +312,7 @@ TEST(RangeScan, ReadsColumnsFromTheSegmentsAsTheyFollow) {
   double high[] = {1000, 1000, 1000}, low[] = {-1000, -1000, -1000};
   uint32_t high_interval[3], low_interval[3];
   VomoTemplateMargins margins{};
-  vomo::RangeScan scan(Bounds(-0.5, 0.5, -1.0f, 11.5f), 3,
+  vomo::RangeScan scan(Bounds(-0.5, 0.5, -1.0f, 5.0f), 3,
                        {{high, high_interval}, {low, low_interval}}, margins);
   const double x[] = {0, .5, 1};
   const float first[] = {10, 11, 12}, second[] = {4, 5, 6};
@@ -324,7 +324,16 @@ TEST(RangeScan, ReadsColumnsFromTheSegmentsAsTheyFollow) {
   EXPECT_EQ(high[2], 5.0);
   EXPECT_EQ(high_interval[0], 7u);
   EXPECT_EQ(high_interval[1], 8u);
-  EXPECT_EQ(margins.ulHighMarginCount, 2u);
+  EXPECT_EQ(margins.ulHighMarginCount, 0u) << "the highest value touches the template's top";
+
+  // To the right of the template no trace begins, except from the very first segment.
+  std::fill_n(high, 3, 1000.0);
+  vomo::RangeScan left(Bounds(-0.5, -0.25, -1.0f, 1.0f), 2,
+                       {{high, high_interval}, {low, low_interval}}, margins);
+  left.Take({x, first, 3, 7});
+  left.Take({x, second, 3, 8});
+  EXPECT_EQ(high[0], 9.0);
+  EXPECT_EQ(high[1], 9.5);
 }
 
 TEST(Margins, KeepTheEyeOfNoTraceOpen) {
