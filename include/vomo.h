@@ -1720,11 +1720,20 @@ typedef struct VomoDualPortClockResults {
  * psComplement: the negative half, or NULL.
  * sParameters: the settings. psResults: filled as far as the run gets, on a failure too.
  * pvPassThrough: optional, handed to the eye stage and read by nothing.
- * ppbyPointStatus: optional. With usIndividualPointInfo, one byte for each sample.
+ * ppbyPointStatus: optional. With usIndividualPointInfo, one byte for each sample, all 0: for the
+ *   caller to write.
  * psPlots: optional, five records for the eyes around: extreme jitter, highest voltages, lowest
- *   voltages, smallest upper margins, smallest lower margins. NULL: no diagrams are made.
- * psTransPlots: optional, five records for the transition bits; when NULL they join psPlots.
- * psHistogramData: optional. With usGetJitterHistogramData, three arrays.
+ *   voltages, smallest upper margins, smallest lower margins, each ulEyeDiagramOffset clock edges
+ *   wide on either side. dXMargin and fYMargin tell where a margin was taken, -1.0 and 0.0 in the
+ *   first three; the index arrays are not written. NULL: no diagrams are made.
+ * psTransPlots: optional, five records for the transition bits; when NULL their points follow the
+ *   others in psPlots.
+ *   A diagram that cannot be made leaves its record as it was, or its points out of a record that
+ *   has others, in silence; only the failure of the last one, the non-transition bits around their
+ *   smallest lower margin, ends the run. ulEyeDiagramOffset 0 makes windows of one interval, which
+ *   cannot be drawn.
+ * psHistogramData: optional. With usGetJitterHistogramData, three arrays of zeros, each with two
+ *   elements for every ulHistogramBinSizeUI unit intervals.
  * pHandle: handle of the one block behind the four outputs before it, 0 when there is none; the
  *   caller frees it. When NULL, those outputs are not made. A Gen3 run does not write it.
  * ppdJitter, pulJitterCount, phJitter: optional as a whole, chosen by ppdJitter. The filtered
@@ -1735,13 +1744,14 @@ typedef struct VomoDualPortClockResults {
  *
  * Returns the status of the last stage, so a warning of an earlier one is lost. PARAM_NOT_VALID
  * when only one of psGen3BaseCompParameters and psGen3Results is set, in a Gen3 run without
- * psPatternDDj, or for a trim that leaves nothing; PARAM_OUT_OF_RANGE for a waveform with fewer
- * than two crossovers;
- * NOT_ENOUGH_UI for a clock of fewer than ulMinUIForOfficialTest edges; otherwise the error word of
- * the stage that failed.
+ * psPatternDDj, for a trim that leaves nothing, or for an unknown eVoltageMarginType;
+ * PARAM_OUT_OF_RANGE for a waveform with fewer than two crossovers and for histogram bins of no
+ * width; NOT_ENOUGH_UI for a clock of fewer than ulMinUIForOfficialTest edges; HANDLES_EXHAUSTED
+ * when the block of the eye's outputs cannot be had; otherwise the error word of the stage that
+ * failed.
  *
- * Not there yet in this version: S-parameters, CTLE, DFE, eye stage and parameter dump are passed
- * over, and a Gen3 run is NOT_IMPLEMENTED. */
+ * Not there yet in this version: S-parameters, CTLE, DFE and parameter dump are passed over, and a
+ * Gen3 run is NOT_IMPLEMENTED. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWaveform *psComplement,
                                             VomoComplianceParams sParameters,
                                             VomoComplianceResults *psResults, void *pvPassThrough,
