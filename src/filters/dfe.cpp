@@ -34,15 +34,14 @@ VomoStatus MeasureTaps(const VomoWaveform &waveform, VomoDFEParams &parameters,
   clock->pdTimes = bounds.get();
   clock->ulCount = count + 1;
   const bool by_ratio = parameters.eOptValue == OPT_EYE_RATIO;
-  status = VomoEyeWindow(waveform, *clock.get(), kWindowBegin, kWindowEnd,
-                         by_ratio ? PhaseChoice::kBestScore : PhaseChoice::kSmallestHeight,
-                         &opening);
+  status =
+      VomoEyeWindow(waveform, *clock.get(), kWindowBegin, kWindowEnd,
+                    by_ratio ? PhaseChoice::kBestScore : PhaseChoice::kSmallestHeight, &opening);
   clock.Free();
   if (Vomo_STATUS_IS_ERROR(status)) return status;
   if (!by_ratio) {
-    opening.score =
-        VomoEyeScore(parameters.eOptValue, true, result->dUnitInterval, opening.min_interval_s,
-                     opening.max_interval_s, opening.levels);
+    opening.score = VomoEyeScore(parameters.eOptValue, true, result->dUnitInterval,
+                                 opening.min_interval_s, opening.max_interval_s, opening.levels);
   }
   return status;
 }
@@ -54,8 +53,8 @@ void WriteIfWanted(T *output, U value) {
 
 // Lets a trial on the waveform's beginning settle the taps; what else it finds is of no interest.
 VomoStatus FindTaps(const VomoWaveform &waveform, VomoDFEParams &parameters) {
-  const double wanted = std::ceil(parameters.iUICount * 1.02 *
-                                  (parameters.dUnitInterval / waveform.dSampleInterval));
+  const double wanted =
+      std::ceil(parameters.iUICount * 1.02 * (parameters.dUnitInterval / waveform.dSampleInterval));
   Received<VomoWaveform> trial;
   const VomoStatus status = Vomo_Get_Waveform(
       VomoToU32(std::min<double>(waveform.ulNumSamples, wanted)), waveform.pfSamples,

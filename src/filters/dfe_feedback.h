@@ -48,8 +48,8 @@ class DfeFeedback {
  private:
   float Cell(uint64_t position) const { return cells_[position & mask_]; }
 
-  // In float, tap after tap: the first one weighs the newest decision, the others those at the given
-  // position and before.
+  // In float, tap after tap: the first one weighs the newest decision, the others those at the
+  // given position and before.
   float LevelBehind(float newest, uint64_t position) const {
     float level = taps_[0] * newest;
     for (int32_t k = 1; k < tap_count_; ++k) {

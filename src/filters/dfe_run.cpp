@@ -74,8 +74,8 @@ void ClampTaps(VomoDFEParams &parameters) {
 // One past the last sample of so many unit intervals.
 uint32_t StopSample(const VomoWaveform &waveform, double unit_interval_s, int32_t ui_count) {
   if (ui_count == 0) {
-    ui_count = VomoToI32(
-        std::floor(waveform.ulNumSamples * waveform.dSampleInterval / unit_interval_s));
+    ui_count =
+        VomoToI32(std::floor(waveform.ulNumSamples * waveform.dSampleInterval / unit_interval_s));
   }
   const double samples = std::ceil(ui_count * unit_interval_s / waveform.dSampleInterval);
   return static_cast<uint32_t>(
@@ -198,9 +198,8 @@ VomoStatus VomoDfeRun(const VomoWaveform &waveform, VomoDFEParams &parameters, i
                             parameters.afDFETapValues);
   }
   ClampTaps(parameters);
-  const DfeWalkSettings settings{filter_count,    0,
-                                 stop,            unit_interval_s,
-                                 parameters.afDFETapValues, parameters.iDFETapCount};
+  const DfeWalkSettings settings{
+      filter_count, 0, stop, unit_interval_s, parameters.afDFETapValues, parameters.iDFETapCount};
   status = VomoDfeWalk(waveform, settings, *clock.get());
   if (Vomo_STATUS_IS_ERROR(status)) {
     LeaveAllocated(edges);

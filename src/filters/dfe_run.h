@@ -27,8 +27,8 @@ struct VomoDFEResult {
 };
 
 // Takes the first tap from the waveform where it stands at exactly 0.0: half the difference between
-// bits that follow an equal bit and bits that don't, summed over both signs. Taps 1 to count - 1 are
-// cleared in any case.
+// bits that follow an equal bit and bits that don't, summed over both signs. Taps 1 to count - 1
+// are cleared in any case.
 void VomoDfeEstimateFirstTap(const VomoWaveform &waveform, const VomoCrossoverData &clock,
                              int32_t count, uint32_t height_type, float *taps);
 

@@ -55,8 +55,8 @@ class Walk {
   }
 
  private:
-  // How often one sample is probed. Each probe of an edge moves the level that the next one crosses,
-  // and with it the edge's time and the run's length, which need not come to rest.
+  // How often one sample is probed. Each probe of an edge moves the level that the next one
+  // crosses, and with it the edge's time and the run's length, which need not come to rest.
   static constexpr int kMostProbes = 17;
 
   enum class Finding { kNoEdge, kEdge, kEndOfData };
@@ -93,8 +93,8 @@ class Walk {
     }
   }
 
-  // An edge leaves the present level for longer than the filter asks for, and reaches the level that
-  // a change of the bit would bring.
+  // An edge leaves the present level for longer than the filter asks for, and reaches the level
+  // that a change of the bit would bring.
   Probe ProbeSample() const {
     const float ahead = samples_[sample_ + 1];
     float from_present = VomoSign3(ahead, threshold_v_);
@@ -227,9 +227,9 @@ class Walk {
   float threshold_v_ = 0;  // the feedback level behind the decisions so far
   double now_s_ = 0;       // counts samples from the first that is not 0
   bool tracking_ = false;  // the first edge has been found
-  uint64_t element_ = 0;  // the first of the run in hand
-  uint64_t run_ui_ = 0;   // counted unit intervals of that run
-  double next_s_ = 0;     // when the unit interval in hand has gone by
+  uint64_t element_ = 0;   // the first of the run in hand
+  uint64_t run_ui_ = 0;    // counted unit intervals of that run
+  double next_s_ = 0;      // when the unit interval in hand has gone by
 };
 
 }  // namespace

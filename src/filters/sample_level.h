@@ -8,9 +8,10 @@
 
 namespace vomo {
 
-// The value of smallest or of largest magnitude between the times, with its sign, or the mean of the
-// two: Vomo_FIND_MIN, Vomo_FIND_MAX, anything else. Times are seconds from sample 0; one that lies
-// outside is read off the line through the two outermost samples. 0.0 with fewer than two samples.
+// The value of smallest or of largest magnitude between the times, with its sign, or the mean of
+// the two: Vomo_FIND_MIN, Vomo_FIND_MAX, anything else. Times are seconds from sample 0; one that
+// lies outside is read off the line through the two outermost samples. 0.0 with fewer than two
+// samples.
 double VomoSampleLevel(const VomoWaveform &waveform, double begin_s, double end_s,
                        uint32_t height_type);
 

@@ -185,7 +185,16 @@ TEST(Dfe, FindsTheFirstTap) {
       {"a tap that stands is kept, the others go", &single, {0.1f, 0.2f}, 1, 1, 0, 0, 0.1, 0, 1e-8},
       {"not asked for", &single, {0, 0.2f}, 1, 0, 1, 200, 0, 0.2, 1e-8},
       {"clamped", &single, {0, 0.2f}, 0.25f, 1, 1, 200, 0.25, 0, 1e-8},
-      {"a trial of nothing leaves the taps to the whole", &single, {0, 0}, 1, 1, 1, 0, 0.3, 0, 1e-6},
+      {"a trial of nothing leaves the taps to the whole",
+       &single,
+       {0, 0},
+       1,
+       1,
+       1,
+       0,
+       0.3,
+       0,
+       1e-6},
       {"behind a second post-cursor", &two, {0, 0}, 1, 1, 0, 0, 0.25, 0, 0.005},
   };
   for (const auto &c : cases) {
@@ -208,7 +217,8 @@ TEST(Dfe, ClampsTheTapsInUse) {
   const struct {
     int32_t count;
     std::vector<float> first;
-  } cases[] = {{3, {0.1f, -0.1f, 0.05f, 9}}, {-5, {9, -9, 0.05f, 9}}, {99, {0.1f, -0.1f, 0.05f, 0.1f}}};
+  } cases[] = {
+      {3, {0.1f, -0.1f, 0.05f, 9}}, {-5, {9, -9, 0.05f, 9}}, {99, {0.1f, -0.1f, 0.05f, 0.1f}}};
   for (const auto &c : cases) {
     VomoDFEParams p = Settings({9, -9, 0.05f, 9});
     std::fill_n(p.afTapMin, 16, -0.1f);
@@ -263,7 +273,8 @@ TEST(Dfe, LevelsAndSpansOfAPass) {
   EXPECT_FLOAT_EQ(result->fMinNonTransHigh, 0.875f);
   EXPECT_FLOAT_EQ(result->fMaxTransLow, -0.625f);
   EXPECT_FLOAT_EQ(result->fMaxNonTransLow, -1.875f);
-  const VomoTwoPartCrossover &late = clock->psTwoPartArray[1], &short_one = clock->psTwoPartArray[2];
+  const VomoTwoPartCrossover &late = clock->psTwoPartArray[1],
+                             &short_one = clock->psTwoPartArray[2];
   EXPECT_EQ(result->dMaxUI, late.dEnd - late.dBegin);
   EXPECT_EQ(result->dMaxUITime, late.dBegin);
   EXPECT_EQ(result->dMinUI, short_one.dEnd - short_one.dBegin);
@@ -273,14 +284,13 @@ TEST(Dfe, LevelsAndSpansOfAPass) {
 
 TEST(Dfe, SubtractsAlongTheElements) {
   std::vector<VomoTwoPartCrossover> elements = {
-      {-3.5, -0.5, 100, 1, 1},    // before the samples
-      {-1.0, 1.5, 1, 1, 1},       // cut at sample 0
-      {2.0, 4.0, 10, 1, 1},       // both bounds are samples
-      {4.0, 4.25, 1000, 1, 1},    // shares sample 4
-      {5.25, 5.75, 7, 1, 1},      // holds none
-      {7.5, 99.0, 1e4f, 1, 1},    // cut at the last
-      {std::nan(""), 0.5, 3, 1, 1},
-      {20.0, 30.0, 5, 1, 1},
+      {-3.5, -0.5, 100, 1, 1},  // before the samples
+      {-1.0, 1.5, 1, 1, 1},     // cut at sample 0
+      {2.0, 4.0, 10, 1, 1},     // both bounds are samples
+      {4.0, 4.25, 1000, 1, 1},  // shares sample 4
+      {5.25, 5.75, 7, 1, 1},    // holds none
+      {7.5, 99.0, 1e4f, 1, 1},  // cut at the last
+      {std::nan(""), 0.5, 3, 1, 1}, {20.0, 30.0, 5, 1, 1},
   };
   VomoCrossoverData clock{};
   clock.psTwoPartArray = elements.data();
@@ -342,10 +352,10 @@ TEST(Dfe, Refusals) {
     for (const int find_taps : {0, 1}) {
       VomoWaveform *filtered = nullptr;
       VomoHandle handle = 77;
-      EXPECT_EQ(VomoAPPLY_DFE_FILTER_TO_WAVEFORM(signal.get(), &p, find_taps, nullptr, nullptr,
-                                                 nullptr, nullptr, nullptr, nullptr, &filtered,
-                                                 &handle),
-                c.status);
+      EXPECT_EQ(
+          VomoAPPLY_DFE_FILTER_TO_WAVEFORM(signal.get(), &p, find_taps, nullptr, nullptr, nullptr,
+                                           nullptr, nullptr, nullptr, &filtered, &handle),
+          c.status);
       EXPECT_EQ(handle, 77u);
     }
   }
@@ -396,15 +406,21 @@ TEST(Dfe, RunsOutOfHandles) {
   const FirChannel channel(kPostCursors, 60, 14);
   Samples signal(channel.samples, kInterval);
   VomoDFEParams p = Settings(kMatchingTaps);
-  vomo_test::ExpectSlotsNeeded(3, [&] {
-    Eye eye;
-    return eye.Measure(signal.get(), p);
-  }, 2);
+  vomo_test::ExpectSlotsNeeded(
+      3,
+      [&] {
+        Eye eye;
+        return eye.Measure(signal.get(), p);
+      },
+      2);
   for (const int find_taps : {0, 1}) {
-    vomo_test::ExpectSlotsNeeded(4, [&] {
-      Received<VomoWaveform> filtered;
-      return Apply(signal.get(), p, find_taps, filtered);
-    }, 3);
+    vomo_test::ExpectSlotsNeeded(
+        4,
+        [&] {
+          Received<VomoWaveform> filtered;
+          return Apply(signal.get(), p, find_taps, filtered);
+        },
+        3);
   }
 }
 

@@ -206,8 +206,8 @@ TEST(DfeWalk, HandWorkedCases) {
   }
 }
 
-// The second tap raises the level to 2 V behind the edge at 3.5 and, when a unit interval has passed
-// without another, to -2 V: the flat signal then lies beyond it, and no line crosses.
+// The second tap raises the level to 2 V behind the edge at 3.5 and, when a unit interval has
+// passed without another, to -2 V: the flat signal then lies beyond it, and no line crosses.
 TEST(DfeWalk, LogsAnEdgeThatCannotBe) {
   const vomo_test::TempDir here;
   std::vector<float> samples(24, -1.0f);
@@ -248,9 +248,8 @@ TEST(DfeWalk, AlwaysEnds) {
     if (run % 11 == 0 && !taps.empty()) taps.back() = pick(std::nanf(""), kInf);
     Samples signal(samples);
     const double ui = pick(0.9, 2.0, 7.3, 16.0);
-    const WalkResult walk =
-        RunWalk(signal.record, taps, ui, pick(0u, 1u, 3u, 20u, ~0u), pick(1u, 7u, 500u),
-                static_cast<uint32_t>(samples.size()) - 1);
+    const WalkResult walk = RunWalk(signal.record, taps, ui, pick(0u, 1u, 3u, 20u, ~0u),
+                                    pick(1u, 7u, 500u), static_cast<uint32_t>(samples.size()) - 1);
     failed += walk.status != 0;
     if (walk.status != 0) continue;
     elements += walk.elements.size();

@@ -64,9 +64,7 @@ struct FirChannel {
   std::vector<float> samples;
 
  private:
-  static double Between(double from, double to, double share) {
-    return from + (to - from) * share;
-  }
+  static double Between(double from, double to, double share) { return from + (to - from) * share; }
 };
 
 }  // namespace vomo_test
