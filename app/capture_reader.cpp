@@ -4,54 +4,135 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <array>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <sstream>
 #include <utility>
-#include <vector>
 
+#include "format_layout.h"
 #include "terminal.h"
 
 namespace app {
 namespace {
 
-// A simulator's transient file begins with the word 4, in either byte order.
-bool LooksLikeSpice(std::span<const unsigned char> head) {
-  constexpr std::array<unsigned char, 4> little = {4, 0, 0, 0}, big = {0, 0, 0, 4};
-  return head.size() >= 4 && (std::equal(little.begin(), little.end(), head.begin()) ||
-                              std::equal(big.begin(), big.end(), head.begin()));
-}
+constexpr size_t kHeadBytes = 4096;  // what a file's format is told by
 
-// Text has no control characters but line ends and tabs; bytes above 127 may stand in its comments.
-bool LooksLikeText(std::span<const unsigned char> head) {
+// No control characters but line ends and tabs; bytes above 127 may stand in comments.
+bool IsText(std::string_view head) {
   return !head.empty() && std::all_of(head.begin(), head.end(), [](unsigned char c) {
     return c >= 32 || c == '\n' || c == '\r' || c == '\t' || c == '\f';
   });
 }
 
-VomoStatus ReadSpice(const CaptureRequest &request, VomoWaveform **waveform, VomoHandle *handle) {
-  uint32_t count = request.max_samples;
-  return Vomo_Read_Spice_File(request.path.c_str(), &*request.sample_interval_s, &count, waveform,
-                              handle);
+// Begins with the word 4, in either byte order.
+bool LooksLikeSpice(std::string_view head) {
+  return head.starts_with(std::string_view("\4\0\0\0", 4)) ||
+         head.starts_with(std::string_view("\0\0\0\4", 4));
 }
 
-VomoStatus ReadText(const CaptureRequest &request, VomoWaveform **waveform, VomoHandle *handle) {
+bool LooksLikeTrc(std::string_view head) {
+  const size_t prefix = TrcPrefixBytes(std::string(head.substr(0, 2)));
+  return head.size() > prefix && head.substr(prefix).starts_with(trc::kDescriptorText);
+}
+
+bool LooksLikeBin(std::string_view head) {
+  return head.starts_with(bin::kCookie) && !IsText(head);
+}
+
+// The mark's two bytes are alike. A file without mark still has the version text, whose colon some
+// leave out.
+bool LooksLikeWfm(std::string_view head) {
+  if (head.starts_with("\x0F\x0F") || head.starts_with("\xF0\xF0")) return true;
+  return !IsText(head) && head.substr(0, 10).find("WFM#") != std::string_view::npos;
+}
+
+// Text with an option line: a # and the unit of its frequencies.
+bool LooksLikeTouchstone(std::string_view head) {
+  if (!IsText(head)) return false;
+  std::istringstream lines{std::string(head)};
+  for (std::string line; std::getline(lines, line);) {
+    std::transform(line.begin(), line.end(), line.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::istringstream words(line);
+    std::string mark, unit;
+    if (words >> mark && mark == "#" && words >> unit &&
+        (unit == "hz" || unit == "khz" || unit == "mhz" || unit == "ghz")) {
+      return true;
+    }
+  }
+  return false;
+}
+
+// Shows no more than so many samples; 0 for all.
+void Shorten(VomoWaveform *waveform, uint32_t count) {
+  if (count != 0) waveform->ulNumSamples = std::min(waveform->ulNumSamples, count);
+}
+
+VomoStatus ReadSpice(const CaptureRequest &request, ReadWaveform *result) {
+  uint32_t count = request.max_samples;
+  return Vomo_Read_Spice_File(request.path.c_str(), &*request.sample_interval_s, &count,
+                              &result->waveform, &result->handle);
+}
+
+VomoStatus ReadTwoSpice(const CaptureRequest &request, ReadWaveform (&results)[2]) {
+  uint32_t count = request.max_samples;
+  return Vomo_Read_Combined_Spice_File(request.path.c_str(), &*request.sample_interval_s, &count,
+                                       &results[0].waveform, &results[0].handle,
+                                       &results[1].waveform, &results[1].handle);
+}
+
+VomoStatus ReadText(const CaptureRequest &request, ReadWaveform *result) {
   uint32_t count = request.max_samples;
   return Vomo_Read_Text_File(request.path.c_str(), request.skip_lines, *request.sample_interval_s,
-                             &count, waveform, handle);
+                             &count, &result->waveform, &result->handle);
+}
+
+// A format whose files tell their interval.
+template <auto function>
+VomoStatus ReadScope(const CaptureRequest &request, ReadWaveform *result) {
+  double interval_s = 0;
+  uint32_t count = request.max_samples;
+  const VomoStatus status =
+      function(request.path.c_str(), &interval_s, &count, &result->waveform, &result->handle);
+  // A file that is cut short is delivered with zeros up to the count that it promised.
+  if (!Vomo_STATUS_IS_ERROR(status)) Shorten(result->waveform, count);
+  return status;
+}
+
+VomoStatus ReadTwoBin(const CaptureRequest &request, ReadWaveform (&results)[2]) {
+  double interval_s = 0;
+  uint32_t count = 0;
+  const VomoStatus status =
+      Vomo_Read_Combined_BIN_File(request.path.c_str(), &interval_s, &count, &results[0].waveform,
+                                  &results[0].handle, &results[1].waveform, &results[1].handle);
+  if (Vomo_STATUS_IS_ERROR(status)) return status;
+  for (ReadWaveform &result : results) Shorten(result.waveform, request.max_samples);
+  return status;
 }
 
 constexpr CaptureReader kReaders[] = {
-    {"spice", "binary transient output of a circuit simulator", false, LooksLikeSpice, ReadSpice},
-    {"text", "one or two numbers on each line, the last one being volts", false, LooksLikeText,
-     ReadText},
+    {"spice", "binary transient output of a circuit simulator", "04 00 00 00 or 00 00 00 04", false,
+     LooksLikeSpice, InspectSpice, ReadSpice, ReadTwoSpice},
+    {"trc", "an oscilloscope's trace with a WAVEDESC descriptor",
+     "\"WAVEDESC\", perhaps behind a # and digits", true, LooksLikeTrc, InspectTrc,
+     ReadScope<Vomo_Read_TRC_File>, nullptr},
+    {"bin", "an oscilloscope's waveforms behind the cookie AG", "\"AG\"", true, LooksLikeBin,
+     InspectBin, ReadScope<Vomo_Read_BIN_File>, ReadTwoBin},
+    {"wfm", "an oscilloscope's waveform of header version 1, 2 or 3",
+     "0F 0F or F0 F0, then \":WFM#00\" and a digit", true, LooksLikeWfm, InspectWfm,
+     ReadScope<Vomo_Read_WFM_File>, nullptr},
+    {"touchstone", "S-parameters of a four-port", "text with a line \"# GHz S MA R 50\"", false,
+     LooksLikeTouchstone, InspectTouchstone, nullptr, nullptr},
+    {"text", "one or two numbers on each line, the last one being volts", "text", false, IsText,
+     InspectText, ReadText, nullptr},
 };
 
 std::string KnownFormats() {
   std::string text;
   for (const CaptureReader &reader : kReaders) {
-    text += fmt::format("{}{} ({})", text.empty() ? "" : ", ", reader.name, reader.description);
+    text += fmt::format("{}{} (begins with {})", text.empty() ? "" : ", ", reader.name,
+                        reader.signature);
   }
   return text;
 }
@@ -73,28 +154,21 @@ std::optional<uint64_t> SizeOf(const std::string &path) {
   return static_cast<uint64_t>(status.st_size);
 }
 
-std::vector<unsigned char> HeadOf(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) throw FileFailure(path, std::strerror(errno));
-  std::vector<unsigned char> head(4096);
-  file.read(reinterpret_cast<char *>(head.data()), static_cast<std::streamsize>(head.size()));
-  head.resize(static_cast<size_t>(file.gcount()));
-  return head;
-}
-
-const CaptureReader &ChooseReader(const CaptureRequest &request, bool regular) {
+const CaptureReader &ChooseReader(const CaptureRequest &request, const FileBytes *file) {
   if (request.format != "auto") {
     return *std::find_if(
         std::begin(kReaders), std::end(kReaders),
         [&](const CaptureReader &reader) { return request.format == reader.name; });
   }
-  if (!regular) throw FileFailure(request.path, "it is no regular file", "name its --format");
-  const std::vector<unsigned char> head = HeadOf(request.path);
+  if (file == nullptr)
+    throw FileFailure(request.path, "it is no regular file", "name its --format");
+  const std::string head = file->Text(0, kHeadBytes);
   for (const CaptureReader &reader : kReaders) {
     if (reader.probe(head)) return reader;
   }
-  throw FileFailure(request.path, "its content is of no known format",
-                    "the formats are " + KnownFormats());
+  throw FileFailure(request.path,
+                    "its content is of no known format: it begins with " + file->Shown(0, 12),
+                    "the name decides nothing; the formats are " + KnownFormats());
 }
 
 std::string ReadAdvice(VomoStatus status, const CaptureReader &reader) {
@@ -104,7 +178,9 @@ std::string ReadAdvice(VomoStatus status, const CaptureReader &reader) {
     case Vomo_STATUS_MEMORY_ALLOCATION_FAILED:
       return "--max-samples to read less of it";
     case Vomo_STATUS_PARAM_OUT_OF_RANGE:
-      return "the header names no columns; check that the file was written to its end";
+      return "check that the file was written to its end; --combined needs two columns";
+    case Vomo_STATUS_NOT_ENOUGH_WAVEFORMS:
+      return "name the two files of the pair";
     default:
       return fmt::format("check that it is whole and of the format {} ({}); --format names another",
                          reader.name, reader.description);
@@ -118,45 +194,120 @@ std::span<const CaptureReader> CaptureReaders() {
 }
 
 Failure StatusFailure(ExitCode code, VomoStatus status, const std::string &step,
-                      const std::string &path, const std::string &advice) {
+                      const std::string &path, const std::string &advice,
+                      const std::string &detail) {
   return Failure(
       code,
-      fmt::format("{} {}: {} (status 0x{:X})", step, path, Vomo_Status_Message(status), status),
+      fmt::format("{} {}: {} (status 0x{:X}){}{}", step, path, Vomo_Status_Message(status), status,
+                  detail.empty() ? "" : ": ", detail),
       advice);
 }
 
-Capture Capture::Read(const CaptureRequest &request) {
-  Capture capture;
-  capture.path_ = request.path;
-  capture.bytes_ = SizeOf(request.path);
-  capture.reader_ = &ChooseReader(request, capture.bytes_.has_value());
-  if (!capture.reader_->has_interval && !request.sample_interval_s) {
-    throw Failure(ExitCode::kWrongUsage,
-                  fmt::format("{}: a {} capture tells no sample interval", request.path,
-                              capture.reader_->name),
-                  "--interval SECONDS, or --spui with the samples in a unit interval");
+CaptureFile CaptureFile::Open(const CaptureRequest &request, int waveforms) {
+  CaptureFile file;
+  file.path = request.path;
+  file.bytes = SizeOf(request.path);
+  std::optional<FileBytes> bytes;
+  if (file.bytes) bytes.emplace(request.path);
+  file.reader = &ChooseReader(request, bytes ? &*bytes : nullptr);
+  if (bytes) {
+    file.inspection =
+        file.reader->inspect(*bytes, {request.path.c_str(), waveforms, request.skip_lines});
   }
-  const ProgressLine progress("reading " + request.path, capture.bytes_.value_or(0));
-  const VomoStatus status = capture.reader_->read(request, &capture.waveform_, &capture.handle_);
-  if (Vomo_STATUS_IS_ERROR(status)) {
-    throw StatusFailure(ExitCode::kUnreadable, status, "reading", request.path,
-                        ReadAdvice(status, *capture.reader_));
+  return file;
+}
+
+namespace {
+
+// What the reader is asked for: the interval where the file has none.
+CaptureRequest CompleteRequest(const CaptureFile &file, CaptureRequest request) {
+  if (file.reader->has_interval || request.sample_interval_s) return request;
+  if (request.interval_needed) {
+    throw Failure(
+        ExitCode::kWrongUsage,
+        fmt::format("{}: a {} capture tells no sample interval", file.path, file.reader->name),
+        "--interval SECONDS; to measure also --spui with the samples in a unit interval");
   }
-  if (capture.waveform_->ulNumSamples == 0) {
-    throw FileFailure(request.path, "it holds no samples");
+  request.sample_interval_s = 1;
+  return request;
+}
+
+// Calls a reading function, and explains what the library refuses.
+template <class Read>
+void ReadOrExplain(const CaptureFile &file, const CaptureRequest &request, Read read) {
+  const ProgressLine progress("reading " + file.path, file.bytes.value_or(0));
+  const VomoStatus status = read(CompleteRequest(file, request));
+  if (!Vomo_STATUS_IS_ERROR(status)) return;
+  const std::optional<FailedCheck> &failed = file.inspection.failed;
+  throw StatusFailure(ExitCode::kUnreadable, status, "reading", file.path,
+                      ReadAdvice(status, *file.reader), failed ? failed->Text() : "");
+}
+
+}  // namespace
+
+Capture Capture::Read(const CaptureFile &file, const CaptureRequest &request) {
+  if (file.reader->read == nullptr) {
+    throw FileFailure(file.path,
+                      fmt::format("a {} file holds no samples but {}", file.reader->name,
+                                  file.reader->description),
+                      "vomo info shows what is in it");
   }
+  ReadWaveform result;
+  ReadOrExplain(file, request, [&](const CaptureRequest &complete) {
+    return file.reader->read(complete, &result);
+  });
+  Capture capture(file, result, 0);
+  capture.RequireSamples();
   return capture;
+}
+
+Capture Capture::Read(const CaptureRequest &request) {
+  return Read(CaptureFile::Open(request), request);
+}
+
+std::vector<Capture> Capture::ReadTwo(const CaptureFile &file, const CaptureRequest &request) {
+  if (file.reader->read_two == nullptr) {
+    throw FileFailure(file.path, fmt::format("a {} file holds no two waveforms", file.reader->name),
+                      "name the two files of the pair");
+  }
+  ReadWaveform results[2];
+  ReadOrExplain(file, request, [&](const CaptureRequest &complete) {
+    return file.reader->read_two(complete, results);
+  });
+  std::vector<Capture> captures;
+  for (int i = 0; i < 2; ++i) captures.push_back(Capture(file, results[i], i + 1));
+  for (const Capture &capture : captures) capture.RequireSamples();
+  return captures;
+}
+
+void Capture::RequireSamples() const {
+  if (waveform()->ulNumSamples == 0) throw FileFailure(path_, "it holds no valid samples");
+}
+
+Capture::Capture(const CaptureFile &file, const ReadWaveform &read, int number)
+    : path_(file.path),
+      bytes_(file.bytes),
+      reader_(file.reader),
+      number_(number),
+      notes_(file.inspection.notes),
+      read_(read) {
+  if (file.inspection.failed) notes_.push_back(file.inspection.failed->Text());
+}
+
+void PrintNotes(const std::string &path, const std::vector<std::string> &notes) {
+  for (const std::string &note : notes) fmt::print(stderr, "vomo: note: {}: {}\n", path, note);
 }
 
 Capture::Capture(Capture &&other) noexcept
     : path_(std::move(other.path_)),
       bytes_(other.bytes_),
       reader_(other.reader_),
-      waveform_(std::exchange(other.waveform_, nullptr)),
-      handle_(std::exchange(other.handle_, 0u)) {}
+      number_(other.number_),
+      notes_(std::move(other.notes_)),
+      read_(std::exchange(other.read_, {})) {}
 
 Capture::~Capture() {
-  Vomo_HANDLE_FREE(handle_);
+  Vomo_HANDLE_FREE(read_.handle);
 }
 
 }  // namespace app

@@ -1,7 +1,13 @@
 #include "capture_writer.h"
 
+#include <fmt/format.h>
+
+#include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <vector>
+
+#include "failure.h"
 
 namespace app {
 namespace {
@@ -53,15 +59,75 @@ std::unique_ptr<CaptureWriter> OpenText(const CaptureInfo &info, OutputFile &fil
   return std::make_unique<TextWriter>(info, file, with_time);
 }
 
+constexpr uint64_t kMostInRecord = UINT32_MAX;          // what the readers count up to
+constexpr uint64_t kMostBufferFloats = UINT32_MAX / 4;  // in a buffer whose bytes are counted so
+constexpr uint64_t kMostBufferShorts = UINT32_MAX / 2;
+
 constexpr CaptureFormat kFormats[] = {
-    {"text", "one sample (volts) on each line", OpenText<false>},
-    {"text2", "time (seconds) and sample (volts) on each line", OpenText<true>},
+    {"text", ".txt", "one sample (volts) on each line", false, false, 1, kMostInRecord,
+     OpenText<false>},
+    {"text2", "", "time (seconds) and sample (volts) on each line", true, false, 1, kMostInRecord,
+     OpenText<true>},
+    {"spice", ".tr0", "simulator's binary transient file", false, false, 2, kMostInRecord,
+     OpenSpice},
+    {"bin", ".bin", "floats behind the cookie AG", true, false, 2, kMostBufferFloats, OpenBin},
+    {"trc", ".trc", "16-bit samples behind a WAVEDESC descriptor", true, true, 1, kMostBufferShorts,
+     OpenTrc<int16_t>},
+    {"trc8", "", "8-bit samples behind a WAVEDESC descriptor", true, true, 1, kMostInRecord,
+     OpenTrc<int8_t>},
+    {"wfm", ".wfm", "16-bit samples behind a header of version 3", true, true, 1, kMostBufferShorts,
+     OpenWfm<int16_t>},
+    {"wfm-float", "", "floats behind a header of version 3", true, false, 1, kMostBufferFloats,
+     OpenWfm<float>},
 };
+
+// Sets the extremes of all samples; integers have no place for what is not finite.
+void FindRange(const CaptureFormat &format, std::span<const SampleSource> waveforms,
+               CaptureInfo *info) {
+  float lowest = INFINITY, highest = -INFINITY;
+  for (const SampleSource &waveform : waveforms) {
+    waveform([&](std::span<const float> samples) {
+      for (const float sample : samples) {
+        if (!std::isfinite(sample)) {
+          throw Failure(ExitCode::kWrongUsage,
+                        fmt::format("{} stores integers and can't hold a sample that is {}",
+                                    format.name, sample),
+                        "bin, which stores floats");
+        }
+        lowest = std::min(lowest, sample);
+        highest = std::max(highest, sample);
+      }
+    });
+  }
+  info->lowest = lowest <= highest ? lowest : 0;
+  info->highest = lowest <= highest ? highest : 0;
+}
 
 }  // namespace
 
 std::span<const CaptureFormat> WritableFormats() {
   return kFormats;
+}
+
+void WriteCapture(const CaptureFormat &format, CaptureInfo info,
+                  std::span<const SampleSource> waveforms, OutputFile &file) {
+  if (info.sample_count > format.most_samples) {
+    throw Failure(ExitCode::kWrongUsage,
+                  fmt::format("{} samples are more than the {} that {} can state",
+                              info.sample_count, format.most_samples, format.name));
+  }
+  info.waveforms = static_cast<int>(waveforms.size());
+  if (info.waveforms > format.most_waveforms) {
+    throw Failure(ExitCode::kWrongUsage,
+                  fmt::format("a {} file does not hold two waveforms", format.name),
+                  "bin or spice, or two files");
+  }
+  if (format.needs_range) FindRange(format, waveforms, &info);
+  const std::unique_ptr<CaptureWriter> writer = format.open(info, file);
+  for (const SampleSource &waveform : waveforms) {
+    waveform([&](std::span<const float> samples) { writer->Write(samples); });
+  }
+  writer->Finish();
 }
 
 }  // namespace app

@@ -11,6 +11,8 @@ class App;
 
 namespace app {
 
+void AddConvertCommand(CLI::App &cli, ExitCode *exit_code);
+void AddInfoCommand(CLI::App &cli, ExitCode *exit_code);
 void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSynthCommand(CLI::App &cli, ExitCode *exit_code);

@@ -29,6 +29,9 @@ class Failure : public std::runtime_error {
   std::string advice_;
 };
 
+// On the standard error output, as every subcommand does it.
+void PrintFailure(const Failure &failure);
+
 }  // namespace app
 
 #endif

@@ -16,6 +16,8 @@ int Run(int argc, char **argv) {
   CLI::App cli{"Vomo: signal analysis for high-speed serial links"};
   cli.set_version_flag("--version", VOMO_VERSION);
   cli.require_subcommand(1);
+  app::AddInfoCommand(cli, &exit_code);
+  app::AddConvertCommand(cli, &exit_code);
   app::AddMeasureCommand(cli, &exit_code);
   app::AddSettingsCommand(cli, &exit_code);
   app::AddSynthCommand(cli, &exit_code);
@@ -37,8 +39,7 @@ int main(int argc, char **argv) {
   try {
     return Run(argc, argv);
   } catch (const app::Failure &failure) {
-    fmt::print(stderr, "vomo: {}\n", failure.what());
-    if (!failure.advice().empty()) fmt::print(stderr, "try: {}\n", failure.advice());
+    app::PrintFailure(failure);
     return static_cast<int>(failure.code());
   } catch (const std::bad_alloc &) {
     fmt::print(stderr, "vomo: not enough memory\ntry: a shorter capture\n");

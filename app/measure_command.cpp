@@ -12,9 +12,11 @@
 #include "commands.h"
 #include "engineering.h"
 #include "output_file.h"
+#include "reading_options.h"
 #include "result_json.h"
 #include "result_rows.h"
 #include "settings_command.h"
+#include "signal_summary.h"
 #include "terminal.h"
 
 namespace app {
@@ -23,11 +25,17 @@ namespace {
 struct MeasureOptions {
   std::vector<std::string> captures;  // one, or the positive and the negative half
   CaptureRequest reading;
-  std::optional<double> interval, samples_per_ui;
+  bool combined = false;
+  std::optional<double> samples_per_ui;
   SettingsRequest settings;
   std::string json_path;
   bool timing = false;
 };
+
+std::string NameOf(const Capture &capture) {
+  if (capture.number() == 0) return capture.path();
+  return fmt::format("waveform {} of {}", capture.number(), capture.path());
+}
 
 void CheckPair(const std::vector<Capture> &captures) {
   if (captures.size() < 2) return;
@@ -35,15 +43,16 @@ void CheckPair(const std::vector<Capture> &captures) {
   if (a.ulNumSamples != b.ulNumSamples) {
     throw Failure(
         ExitCode::kUnreadable,
-        fmt::format("the pair does not match: {} has {} samples, {} has {}", captures[0].path(),
-                    a.ulNumSamples, captures[1].path(), b.ulNumSamples),
+        fmt::format("the pair does not match: {} has {} samples, {} has {}", NameOf(captures[0]),
+                    a.ulNumSamples, NameOf(captures[1]), b.ulNumSamples),
         "--max-samples with the smaller number");
   }
   if (a.dSampleInterval != b.dSampleInterval) {
     throw Failure(
         ExitCode::kUnreadable,
         fmt::format("the pair does not match: {} has a sample every {} s, {} every {} s",
-                    captures[0].path(), a.dSampleInterval, captures[1].path(), b.dSampleInterval));
+                    NameOf(captures[0]), a.dSampleInterval, NameOf(captures[1]), b.dSampleInterval),
+        "two captures of one instrument, taken together");
   }
 }
 
@@ -95,17 +104,39 @@ std::pair<float, float> VoltageRange(const std::vector<Capture> &captures) {
   return {lowest, highest};
 }
 
+// Of the halves of a pair; says so when they can't be the two halves of one signal.
+std::optional<double> CorrelationOf(const std::vector<Capture> &captures) {
+  if (captures.size() < 2) return std::nullopt;
+  const VomoWaveform &a = *captures[0].waveform(), &b = *captures[1].waveform();
+  const double correlation =
+      Correlation({a.pfSamples, a.ulNumSamples}, {b.pfSamples, b.ulNumSamples});
+  if (correlation > 0) {
+    fmt::print(stderr,
+               "vomo: warning: {} and {} rise and fall together (correlation {:.4f}): one of them "
+               "has the wrong polarity or is of another signal\n",
+               NameOf(captures[0]), NameOf(captures[1]), correlation);
+  }
+  return correlation;
+}
+
 std::vector<Capture> ReadCaptures(const MeasureOptions &options, const VomoComplianceParams &params,
                                   StageTimes &times) {
   CaptureRequest request = options.reading;
-  request.sample_interval_s = options.interval;
   if (options.samples_per_ui)
     request.sample_interval_s = params.dTargetUI / *options.samples_per_ui;
   std::vector<Capture> captures;
   for (const std::string &path : options.captures) {
     request.path = path;
-    captures.push_back(times.Time("read", 0, [&] { return Capture::Read(request); }));
+    times.Time("read", 0, [&] {
+      const CaptureFile file = CaptureFile::Open(request, options.combined ? 2 : 1);
+      if (options.combined) {
+        captures = Capture::ReadTwo(file, request);
+      } else {
+        captures.push_back(Capture::Read(file, request));
+      }
+    });
     times.SetSamples(captures.back().waveform()->ulNumSamples);
+    PrintNotes(path, captures.back().notes());
   }
   CheckPair(captures);
   return captures;
@@ -141,7 +172,15 @@ void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &p
 void PrintTable(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
                 const std::vector<Capture> &captures) {
   const VomoWaveform &waveform = *captures[0].waveform();
-  for (const Capture &capture : captures) fmt::print("{} ({})\n", capture.path(), capture.format());
+  const char *roles[] = {"positive half: ", "negative half: "};
+  for (size_t i = 0; i < captures.size(); ++i) {
+    fmt::print("{}{} ({})\n", captures.size() > 1 ? roles[i] : "", NameOf(captures[i]),
+               captures[i].format());
+  }
+  if (outcome.pair_correlation) {
+    fmt::print("signal: positive - negative; correlation of the halves {:.4f}\n",
+               *outcome.pair_correlation);
+  }
   fmt::print("{} samples of {}, {} in all\n\n", waveform.ulNumSamples,
              Engineering(waveform.dSampleInterval, "s", 6),
              Engineering(waveform.dSampleInterval * waveform.ulNumSamples, "s", 4));
@@ -189,6 +228,10 @@ struct ResultsRecord {
 };
 
 ExitCode RunMeasure(const MeasureOptions &options) {
+  if (options.combined && options.captures.size() > 1) {
+    throw Failure(ExitCode::kWrongUsage, "--combined takes one file, which holds both halves",
+                  "leave out --combined to measure the pair of two files");
+  }
   StageTimes times;
   const Json document = ResolveSettings(options.settings);
   const RunSettings settings(document);
@@ -196,11 +239,12 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   CheckSupported(params);
   JsonOutput json_output(options.json_path);
   const std::vector<Capture> captures = ReadCaptures(options, params, times);
+  const std::optional<double> correlation = CorrelationOf(captures);
   ResultsRecord record(params);
   Measure(captures, params, &record.results, times);
 
   const auto [lowest, highest] = VoltageRange(captures);
-  const RunOutcome outcome{params, record.results, lowest, highest};
+  const RunOutcome outcome{params, record.results, lowest, highest, correlation};
   const std::vector<ResultRow> rows = ResultRows(outcome);
   if (!json_output.OnStandardOutput()) PrintTable(outcome, rows, captures);
   if (json_output.wanted()) {
@@ -213,27 +257,6 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
 }
 
-void AddReadingOptions(CLI::App *command, MeasureOptions *options) {
-  std::vector<std::string> formats = {"auto"};
-  for (const CaptureReader &reader : CaptureReaders()) formats.emplace_back(reader.name);
-  command->add_option("--format", options->reading.format, "file format; auto looks at the content")
-      ->capture_default_str()
-      ->check(CLI::IsMember(formats));
-  auto *interval = command
-                       ->add_option("--interval", options->interval,
-                                    "seconds between samples, where the file does not tell")
-                       ->check(CLI::Range(1e-18, 1e3));
-  command
-      ->add_option("--spui", options->samples_per_ui,
-                   "samples in a nominal unit interval, instead of --interval")
-      ->check(CLI::Range(1e-3, 1e9))
-      ->excludes(interval);
-  command->add_option("--max-samples", options->reading.max_samples,
-                      "read no more than this many samples");
-  command->add_option("--skip-lines", options->reading.skip_lines,
-                      "pass over this many lines of a text file");
-}
-
 }  // namespace
 
 void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code) {
@@ -242,10 +265,17 @@ void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code) {
       "measure", "Measure the unit interval and the jitter of a capture or a single-ended pair");
   command
       ->add_option("CAPTURE", options->captures,
-                   "capture of a differential signal, or the positive and the negative half")
+                   "capture of a differential signal, or the positive half and the negative half")
       ->required()
       ->expected(1, 2);
-  AddReadingOptions(command, options.get());
+  CLI::Option *interval = AddReadingOptions(command, &options->reading);
+  command
+      ->add_option("--spui", options->samples_per_ui,
+                   "samples in a nominal unit interval, instead of --interval")
+      ->check(CLI::Range(1e-3, 1e9))
+      ->excludes(interval);
+  command->add_flag("--combined", options->combined,
+                    "take the two waveforms of CAPTURE as positive and negative half");
   AddSettingsOptions(command, &options->settings);
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");

@@ -2,6 +2,8 @@
 
 #include <vomo.h>
 
+#include <cmath>
+
 #include "file_hash.h"
 #include "run_records.h"
 
@@ -12,6 +14,8 @@ Json CaptureJson(const Capture &capture) {
   Json json = {{"file", capture.path()}, {"format", capture.format()}};
   json["bytes"] = capture.bytes() ? Json(*capture.bytes()) : Json(nullptr);
   json["sha256"] = capture.bytes() ? Json(FileSha256(capture.path())) : Json(nullptr);
+  if (capture.number() != 0) json["waveform"] = capture.number();
+  json["notes"] = capture.notes();
   json["samples"] = capture.waveform()->ulNumSamples;
   json["sample_interval"] = capture.waveform()->dSampleInterval;
   return json;
@@ -36,6 +40,12 @@ Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
                 const std::vector<Capture> &captures, const Json &settings) {
   Json json = {{"schema", "vomo.measure"}, {"version", 1}, {"library_version", VOMO_VERSION}};
   for (const Capture &capture : captures) json["captures"].push_back(CaptureJson(capture));
+  if (captures.size() > 1) {
+    json["captures"][0]["role"] = "positive";
+    json["captures"][1]["role"] = "negative";
+    json["pair"] = {{"signal", "positive - negative"},
+                    {"correlation", NumberOrNull(outcome.pair_correlation.value_or(NAN))}};
+  }
   bool passed = true;
   for (const ResultRow &row : rows) {
     passed = passed && row.passed();

@@ -13,7 +13,8 @@ namespace app {
 struct RunOutcome {
   const VomoComplianceParams &params;
   const VomoComplianceResults &results;
-  float lowest_v, highest_v;  // of the signal as measured
+  float lowest_v, highest_v;               // of the signal as measured
+  std::optional<double> pair_correlation;  // of the halves of a pair
 };
 
 struct ResultRow {

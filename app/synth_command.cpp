@@ -20,6 +20,7 @@ struct SynthOptions {
   SynthSpec spec;
   std::string output, complement, bits_file;
   std::string pattern = "prbs7", format = "text";
+  bool combined = false;
 };
 
 std::string OptionName(const char *parameter) {
@@ -94,6 +95,7 @@ Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
                  {"version", 1},
                  {"capture", std::filesystem::path(options.output).filename().string()},
                  {"format", options.format},
+                 {"waveforms", options.combined ? 2 : 1},
                  {"pattern", options.pattern},
                  {"seed", spec.seed},
                  {"ui_count", spec.ui_count},
@@ -123,47 +125,42 @@ Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
   return result;
 }
 
-// One file of the capture: the signal itself, or half of it with its sign.
-class CaptureOutput {
- public:
-  CaptureOutput(const std::string &path, const CaptureFormat &format, const CaptureInfo &info,
-                float factor)
-      : file_(path), writer_(format.open(info, file_)), factor_(factor) {}
+// The signal anew from its seed, or half of it with its sign. The truth is that of the last run.
+SampleSource SignalTimes(float factor, const SynthSpec &spec, SynthTruth *truth) {
+  return [factor, &spec, truth](const SampleSink &sink) {
+    SignalSynth synth(spec);
+    std::vector<float> block(1 << 16);
+    while (const size_t count = synth.Next(block)) {
+      const auto samples = std::span(block).first(count);
+      if (factor != 1.0f) {
+        for (float &sample : samples) sample *= factor;
+      }
+      sink(samples);
+    }
+    *truth = synth.truth();
+  };
+}
 
-  void Write(std::span<const float> samples) {
-    if (factor_ == 1.0f) return writer_->Write(samples);
-    scaled_.resize(samples.size());
-    std::transform(samples.begin(), samples.end(), scaled_.begin(),
-                   [this](float sample) { return factor_ * sample; });
-    writer_->Write(scaled_);
-  }
-  void Commit() {
-    writer_->Finish();
-    file_.Commit();
-  }
-
- private:
-  OutputFile file_;
-  std::unique_ptr<CaptureWriter> writer_;
-  float factor_;
-  std::vector<float> scaled_;
-};
-
-void WriteCapture(const SynthOptions &options, SignalSynth &synth) {
+SynthTruth WriteCaptures(const SynthOptions &options) {
   const CaptureFormat &format = Named(WritableFormats(), options.format);
-  const CaptureInfo info{synth.sample_count(), options.spec.sample_interval()};
-  std::deque<CaptureOutput> outputs;
-  if (options.complement.empty()) {
-    outputs.emplace_back(options.output, format, info, 1.0f);
+  const CaptureInfo info{SignalSynth(options.spec).sample_count(), options.spec.sample_interval()};
+  SynthTruth truth;
+  const SampleSource whole = SignalTimes(1.0f, options.spec, &truth);
+  const SampleSource halves[] = {SignalTimes(0.5f, options.spec, &truth),
+                                 SignalTimes(-0.5f, options.spec, &truth)};
+  OutputFile file(options.output);
+  if (options.combined) {
+    WriteCapture(format, info, halves, file);
+  } else if (options.complement.empty()) {
+    WriteCapture(format, info, {&whole, 1}, file);
   } else {
-    outputs.emplace_back(options.output, format, info, 0.5f);
-    outputs.emplace_back(options.complement, format, info, -0.5f);
+    OutputFile complement(options.complement);
+    WriteCapture(format, info, {&halves[0], 1}, file);
+    WriteCapture(format, info, {&halves[1], 1}, complement);
+    complement.Commit();
   }
-  std::vector<float> block(1 << 16);
-  while (const size_t count = synth.Next(block)) {
-    for (CaptureOutput &output : outputs) output.Write(std::span(block).first(count));
-  }
-  for (CaptureOutput &output : outputs) output.Commit();
+  file.Commit();
+  return truth;
 }
 
 ExitCode RunSynth(SynthOptions options) {
@@ -173,10 +170,8 @@ ExitCode RunSynth(SynthOptions options) {
   }
   options.spec.pattern = Named(PatternNames(), options.pattern).pattern;
   try {
-    SignalSynth synth(options.spec);
     OutputFile truth(options.output + ".truth.json");
-    WriteCapture(options, synth);
-    truth.Write(TruthJson(options, synth.truth()).dump(2) + "\n");
+    truth.Write(TruthJson(options, WriteCaptures(options)).dump(2) + "\n");
     truth.Commit();
   } catch (const SynthError &error) {
     throw Failure(ExitCode::kWrongUsage, error.what(), "see vomo synth --help");
@@ -212,8 +207,13 @@ void AddSynthCommand(CLI::App &cli, ExitCode *exit_code) {
   command->add_option("--format", options->format, "file format")
       ->capture_default_str()
       ->check(ChoiceOf(WritableFormats()));
-  command->add_option("--complement", options->complement,
-                      "write a single-ended pair: OUT the positive half, this file the negative");
+  auto *complement = command->add_option(
+      "--complement", options->complement,
+      "write a single-ended pair: OUT the positive half, this file the negative");
+  command
+      ->add_flag("--combined", options->combined,
+                 "write a single-ended pair as the two waveforms of OUT (bin, spice)")
+      ->excludes(complement);
   command->callback([options, exit_code] { *exit_code = RunSynth(*options); });
 }
 
