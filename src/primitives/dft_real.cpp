@@ -65,7 +65,6 @@ void RealDft<Real>::Forward(const Real *src, Complex *dst, double scale) {
     std::get<Chirp<Real>>(method_).Run(src, length_, dst, BinCount(), 1, scale);
   }
   dst[0].imag(0);
-  if (length_ % 2 == 0) dst[length_ / 2].imag(0);
 }
 
 template <class Real>
