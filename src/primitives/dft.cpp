@@ -28,34 +28,36 @@ struct DftSpec {
 
 namespace {
 
-template <class Real, DftType kType>
-struct ComplexSpec : DftSpec {
-  using Complex = std::complex<Real>;
+// Tables and plans are made by the first run: a caller that has no room for the result, as it finds
+// out with the specification in hand, has not waited for them.
+template <class Transform, DftType kType>
+class SpecOf : public DftSpec {
+ public:
   static constexpr DftType kSpecType = kType;
-  explicit ComplexSpec(int64_t spec_length) : DftSpec(kType, spec_length), transform(spec_length) {}
+  explicit SpecOf(int64_t spec_length) : DftSpec(kType, spec_length) {}
 
-  void Forward(const Complex *src, Complex *dst) { transform.Run(src, dst, 1, forward_scale); }
-  void Inverse(const Complex *src, Complex *dst) { transform.Run(src, dst, -1, inverse_scale); }
+  template <class Src, class Dst>
+  void Forward(const Src *src, Dst *dst) {
+    Prepared().Forward(src, dst, forward_scale);
+  }
+  template <class Src, class Dst>
+  void Inverse(const Src *src, Dst *dst) {
+    Prepared().Inverse(src, dst, inverse_scale);
+  }
 
-  ComplexDft<Real> transform;
+ private:
+  Transform &Prepared() {
+    if (!transform_) transform_.emplace(length);
+    return *transform_;
+  }
+
+  std::optional<Transform> transform_;
 };
 
-template <class Real, DftType kType>
-struct RealSpec : DftSpec {
-  using Complex = std::complex<Real>;
-  static constexpr DftType kSpecType = kType;
-  explicit RealSpec(int64_t spec_length) : DftSpec(kType, spec_length), transform(spec_length) {}
-
-  void Forward(const Real *src, Complex *dst) { transform.Forward(src, dst, forward_scale); }
-  void Inverse(const Complex *src, Real *dst) { transform.Inverse(src, dst, inverse_scale); }
-
-  RealDft<Real> transform;
-};
-
-using SpecC32 = ComplexSpec<float, DftType::kComplexFloat>;
-using SpecC64 = ComplexSpec<double, DftType::kComplexDouble>;
-using SpecR32 = RealSpec<float, DftType::kRealFloat>;
-using SpecR64 = RealSpec<double, DftType::kRealDouble>;
+using SpecC32 = SpecOf<ComplexDft<float>, DftType::kComplexFloat>;
+using SpecC64 = SpecOf<ComplexDft<double>, DftType::kComplexDouble>;
+using SpecR32 = SpecOf<RealDft<float>, DftType::kRealFloat>;
+using SpecR64 = SpecOf<RealDft<double>, DftType::kRealDouble>;
 
 struct Scales {
   double forward, inverse;

@@ -28,8 +28,9 @@ enum DftFlag : int32_t {
   kDftDivideNeither = 8,
 };
 
-// The hint (0 or 2, accuracy preferred) is accepted and not used: there is one, accurate, version.
-// Refusals, in this order: length below 1 -6, NULL -8, flag -16, memory -9.
+// Tables are prepared by the first run. The hint (0 or 2, accuracy preferred) is accepted and not
+// used: there is one, accurate, version. Refusals, in this order: length below 1 -6, NULL -8, flag
+// -16, memory -9.
 int32_t DftSpecCreate_C_32fc(DftSpec **ppSpec, int32_t iLen, int32_t iFlag, int32_t iHint);
 int32_t DftSpecCreate_C_64fc(DftSpec **ppSpec, int32_t iLen, int32_t iFlag, int32_t iHint);
 int32_t DftSpecCreate_R_32f(DftSpec **ppSpec, int32_t iLen, int32_t iFlag, int32_t iHint);

@@ -142,14 +142,17 @@ void Chirp<Real>::Run(const In *src, int64_t in_count, Out *dst, int64_t out_cou
 
 template class Chirp<float>;
 template class Chirp<double>;
-#define VOMO_RUN(Real, In, Out) \
-  template void Chirp<Real>::Run(const In *, int64_t, Out *, int64_t, double, double, const In *)
-VOMO_RUN(float, float, std::complex<float>);
-VOMO_RUN(float, std::complex<float>, float);
-VOMO_RUN(float, std::complex<float>, std::complex<float>);
-VOMO_RUN(double, double, std::complex<double>);
-VOMO_RUN(double, std::complex<double>, double);
-VOMO_RUN(double, std::complex<double>, std::complex<double>);
-#undef VOMO_RUN
+template void Chirp<float>::Run(const float *, int64_t, std::complex<float> *, int64_t, double,
+                                double, const float *);
+template void Chirp<float>::Run(const std::complex<float> *, int64_t, float *, int64_t, double,
+                                double, const std::complex<float> *);
+template void Chirp<float>::Run(const std::complex<float> *, int64_t, std::complex<float> *,
+                                int64_t, double, double, const std::complex<float> *);
+template void Chirp<double>::Run(const double *, int64_t, std::complex<double> *, int64_t, double,
+                                 double, const double *);
+template void Chirp<double>::Run(const std::complex<double> *, int64_t, double *, int64_t, double,
+                                 double, const std::complex<double> *);
+template void Chirp<double>::Run(const std::complex<double> *, int64_t, std::complex<double> *,
+                                 int64_t, double, double, const std::complex<double> *);
 
 }  // namespace vomo

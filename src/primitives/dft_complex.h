@@ -29,16 +29,18 @@ class ShortDft {
   fftw::Plan<Real> plan_;
 };
 
-// dst[k] = scale * sum over j of src[j] exp(-2 pi i j k / length), the exponent times sign (1 or
-// -1). src and dst may be the same memory, otherwise src is not changed.
+// The results times scale. src and dst may be the same memory, otherwise src is not changed.
 template <class Real>
 class ComplexDft {
  public:
   using Complex = std::complex<Real>;
   explicit ComplexDft(int64_t length);
-  void Run(const Complex *src, Complex *dst, double sign, double scale);
+  void Forward(const Complex *src, Complex *dst, double scale) { Run(src, dst, 1, scale); }
+  void Inverse(const Complex *src, Complex *dst, double scale) { Run(src, dst, -1, scale); }
 
  private:
+  // sign: 1 forward, -1 inverse.
+  void Run(const Complex *src, Complex *dst, double sign, double scale);
   void RunShort(const ShortDft<Real> &transform, const Real *src, Real *dst, double sign,
                 double scale) const;
   void RunPlane(Plane<Real> *plane, const Real *src, Real *dst, double sign, double scale) const;

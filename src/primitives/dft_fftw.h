@@ -7,6 +7,7 @@
 #include <complex>
 #include <cstdint>
 #include <mutex>
+#include <new>
 #include <utility>
 
 namespace vomo::fftw {
@@ -47,12 +48,14 @@ class Plan {
   using Complex = std::complex<Real>;
 
   Plan() = default;
-  // values: the array to plan for, on a cache line's boundary; it is not touched.
+  // values: the array to plan for, on a cache line's boundary; it is not touched. Throws
+  // std::bad_alloc.
   Plan(Complex *values, int64_t length, int64_t count, int64_t distance) {
     const fftw_iodim64 shape{length, 1, 1}, repeat{count, distance, distance};
     const std::lock_guard lock(PlannerMutex());
     plan_ = Api<Real>::kMake(1, &shape, 1, &repeat, Raw(values), Raw(values), FFTW_FORWARD,
                              FFTW_ESTIMATE);
+    if (plan_ == nullptr) throw std::bad_alloc();
   }
   Plan(Plan &&other) noexcept : plan_(std::exchange(other.plan_, nullptr)) {}
   Plan &operator=(Plan &&other) noexcept {

@@ -28,7 +28,7 @@ Plane<Real>::Plane(PlaneShape shape, int64_t kept_rows)
   row_plan_ = fftw::Plan<Real>(values_.get(), shape.columns, 1, stride_);
 }
 
-// body(factors, lane, row, count) for all rows of a block of columns.
+// Calls body(factors, lane, row, count) for all rows of a block of columns.
 template <class Real>
 template <class Body>
 void Plane<Real>::ForTwistedGroups(int64_t first_column, Body body) {

@@ -22,7 +22,7 @@ void PackedReal<Real>::Butterflies(const Complex *src, Complex *dst, double sign
 
 template <class Real>
 void PackedReal<Real>::Forward(const Real *src, Complex *dst, double scale) {
-  transform_.Run(reinterpret_cast<const Complex *>(src), dst, 1, 1);
+  transform_.Forward(reinterpret_cast<const Complex *>(src), dst, 1);
   const double even = dst[0].real(), odd = dst[0].imag();
   dst[0] = static_cast<Real>(scale * (even + odd));
   dst[half_] = static_cast<Real>(scale * (even - odd));
@@ -36,7 +36,7 @@ void PackedReal<Real>::Inverse(const Complex *src, Real *dst, double scale) {
   Butterflies(src, packed, -1, scale);
   packed[0] =
       Complex(static_cast<Real>(scale * (first + last)), static_cast<Real>(scale * (first - last)));
-  transform_.Run(packed, packed, -1, 1);
+  transform_.Inverse(packed, packed, 1);
 }
 
 template <class Real>

@@ -48,7 +48,8 @@ void RealPlane<Real>::StoreLanes(int64_t first_column, Real *dst) const {
             });
 }
 
-// body(lane, row, count, factors of the lane's two columns) over the kept rows.
+// Calls body(lane, row, count, twists of the lane's two columns, whether it has two) over the kept
+// rows.
 template <class Real>
 template <class Body>
 void RealPlane<Real>::ForTwistedPairs(int64_t first_column, Body body) {

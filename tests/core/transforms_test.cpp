@@ -315,6 +315,18 @@ TEST(Transforms, LengthsThatNoTransformHasAreDescriptorErrors) {
   }
 }
 
+// The room is asked for before the work begins: nothing of the source is read, and no time is
+// spent.
+TEST(Transforms, AResultThatNoBlockHoldsIsMissingMemory) {
+  for (const auto &[name, function] : Functions()) {
+    Outputs outputs;
+    EXPECT_EQ(function({0, 0x10000000u, 1, kNoNull}, &outputs),
+              Vomo_STATUS_MEMORY_ALLOCATION_FAILED)
+        << name;
+    outputs.ExpectUntouched();
+  }
+}
+
 TEST(Transforms, AFullHandleTableIsMissingMemory) {
   void *memory = nullptr;
   while (Vomo_Handle_and_Memory_Allocate(32, &memory) != 0) {
