@@ -2,7 +2,6 @@
 // beside the crossover search of the same capture.
 #include <benchmark/benchmark.h>
 #include <malloc.h>
-#include <sys/resource.h>
 
 #include <chrono>
 #include <cmath>
@@ -71,6 +70,11 @@ struct Run {
     results.ulMinJitterIndex = last / 2;
   }
 
+  VomoStatus Fold(VomoTemplate &diagram, VomoHandle &handle) {
+    return Vomo_SINGLE_DIAGRAM(1, 0, capture.ui_s(), &capture.waveform, 0, capture.edges() - 2,
+                               &capture.clock, 0, capture.errors().data(), 0.0, 0.0, &diagram,
+                               &handle);
+  }
   VomoStatus Margins() {
     return VomoFIND_MARGINS(&params, &capture.waveform, results.ulFirstValidIndex,
                             results.ulLastValidIndex, &capture.clock, 0, capture.errors().data(),
@@ -127,14 +131,9 @@ void SetRate(benchmark::State &state) {
 
 void Folding(benchmark::State &state) {
   Run run(state.range(0));
-  const auto fold = [&](VomoTemplate &diagram, VomoHandle &handle) {
-    return Vomo_SINGLE_DIAGRAM(1, 0, run.capture.ui_s(), &run.capture.waveform, 0,
-                               run.capture.edges() - 2, &run.capture.clock, 0,
-                               run.capture.errors().data(), 0.0, 0.0, &diagram, &handle);
-  };
   VomoTemplate diagram{};
   VomoHandle handle = 0;
-  Require(fold(diagram, handle) == 0, "diagram");
+  Require(run.Fold(diagram, handle) == 0, "diagram");
   // Sample i of the ideal clock lies at i / 10 unit intervals, whatever its edges' error.
   for (uint32_t i = 0; i < 1000; ++i) {
     const double tenths = diagram.adXArray[i] * 10;
@@ -142,10 +141,37 @@ void Folding(benchmark::State &state) {
   }
   Vomo_HANDLE_FREE(handle);
   for (auto _ : state) {
-    fold(diagram, handle);
+    run.Fold(diagram, handle);
     Vomo_HANDLE_FREE(handle);
   }
   SetRate(state);
+}
+
+// Rails and a hexagon against the points of all bits.
+void PassFail(benchmark::State &state) {
+  Run run(state.range(0));
+  VomoTemplate diagram{};
+  VomoHandle handle = 0;
+  Require(run.Fold(diagram, handle) == 0, "diagram");
+  double x[] = {0.25, 0.4, 0.6, 0.75, 0.6, 0.4};
+  float y[] = {0.0f, 0.1f, 0.1f, 0.0f, -0.1f, -0.1f};
+  const VomoTemplate hexagon{6, x, y, nullptr, 0.0, 0.0f};
+  uint16_t pass = 0;
+  uint32_t violations = 0;
+  const auto test = [&](float rail) {
+    Vomo_DIAGRAM_PASS_FAIL(&diagram, &hexagon, rail, -1.0f, 0, nullptr, &pass, &violations,
+                           nullptr);
+  };
+  // Of a trace's eleven points nine lie between the edges, half of them above 0.1 V; those on the
+  // edges are on either side of 0 V or of the tested range.
+  test(0.1f);
+  const double share = violations / static_cast<double>(diagram.ulArrayLength);
+  Require(share > 4.5 / 11 && share < 5.5 / 11, "rails");
+  test(1.0f);
+  Require(pass == 1 && violations == 0, "template");
+  for (auto _ : state) test(1.0f);
+  SetRate(state);
+  Vomo_HANDLE_FREE(handle);
 }
 
 void Margins(benchmark::State &state, uint32_t type) {
@@ -215,6 +241,7 @@ void Stage(benchmark::State &state) {
 constexpr int64_t kMillion = 1000000;
 
 BENCHMARK(Folding)->Arg(kMillion)->Arg(10 * kMillion)->Unit(benchmark::kMillisecond);
+BENCHMARK(PassFail)->Arg(kMillion)->Arg(10 * kMillion)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(Margins, center_min, Vomo_CENTER_MIN)
     ->Arg(kMillion)
     ->Arg(10 * kMillion)
