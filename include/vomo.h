@@ -1266,6 +1266,32 @@ VOMO_API VomoStatus VomoAPPLY_DFE_FILTER_TO_WAVEFORM(
     const VomoPatChkData *psReserved, VomoCrossoverData **ppsClock, VomoHandle *phClock,
     VomoWaveform **ppsFiltered, VomoHandle *phFiltered) VOMO_NOEXCEPT;
 
+/* Equalises a waveform with that setting of a family whose eye is best on the waveform's beginning.
+ *
+ * iCTLEFilterParamsCount, psCTLEFilterParams: the family, see VomoAPPLY_CTLE_FILTER_TO_WAVEFORM.
+ * With a count of 0 or below the result is a copy of the waveform, hidden samples and all.
+ * psDFEFilterParams: optional. Each setting is then judged behind a DFE, by the score of
+ *   VomoFIND_DFE_TAP: its taps change from trial to trial, and end as the winner's, or as the last
+ *   trial's where no setting wins. A trial that cannot be measured scores 0.
+ * dUnitInterval: nominal, seconds. ulFilterCount: samples that a crossing must stay beyond 0 V.
+ * iCTLEUICount: unit intervals of the trials, to which 2 percent are added.
+ * fCTLEBeginSampleWindow, fCTLEEndSampleWindow, eCTLEOpt: without a DFE. Sampling phases in
+ * fractions of a unit interval: a 25th of the window apart, from the begin to a tenth beyond the
+ * end, so a window much narrower than its end costs that many more phases. The levels are those at
+ * the phase of least height; the score is OPT_EYE_WIDTH and so on of them. iAllowNoCTLE: not 0 lets
+ * the unequalised signal compete. Only with a DFE can it win; without one, the first setting beats
+ * it whatever its score. piBestCTLE: optional. The setting chosen, counted from 1; 0 for none. Of
+ * equal scores the first. ppsFiltered, phFiltered: the waveform equalised as a whole; the caller
+ * frees it. PARAM_OUT_OF_RANGE for a setting that VomoAPPLY_CTLE_FILTER_TO_WAVEFORM refuses, too
+ * few samples in the trial, and, without a DFE, a trial with fewer than two crossovers. */
+VOMO_API VomoStatus VomoAPPLY_MULTIPLE_CTLE_FILTERS_TO_WAVEFORM(
+    VomoWaveform *psWaveform, int32_t iCTLEFilterParamsCount,
+    const VomoCTLEParams *psCTLEFilterParams, VomoDFEParams *psDFEFilterParams,
+    double dUnitInterval, uint32_t ulFilterCount, int32_t iCTLEUICount,
+    float fCTLEBeginSampleWindow, float fCTLEEndSampleWindow, uint32_t eCTLEOpt,
+    int32_t iAllowNoCTLE, int32_t *piBestCTLE, VomoWaveform **ppsFiltered,
+    VomoHandle *phFiltered) VOMO_NOEXCEPT;
+
 /* ============================== Eye diagrams ================================================ */
 
 /* How the voltage margins are taken. */

@@ -24,6 +24,11 @@ inline bool HasSamples(const VomoWaveform *waveform) {
   return waveform != nullptr && waveform->ulNumSamples != 0 && waveform->pfSamples != nullptr;
 }
 
+// A record that may be empty, but has samples if it says so.
+inline bool IsReadable(const VomoWaveform *waveform) {
+  return waveform != nullptr && (waveform->ulNumSamples == 0 || waveform->pfSamples != nullptr);
+}
+
 // Hides visible samples at either end, in the record alone; they must be there.
 inline void HideEnds(VomoWaveform &waveform, uint32_t front, uint32_t back) {
   waveform.pfSamples += front;

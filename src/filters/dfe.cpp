@@ -13,10 +13,6 @@ namespace {
 
 constexpr float kWindowBegin = 0.4f, kWindowEnd = 0.6f;
 
-bool IsReadable(const VomoWaveform *waveform) {
-  return waveform != nullptr && (waveform->pfSamples != nullptr || waveform->ulNumSamples == 0);
-}
-
 // Opening and score stay 0 on a failure.
 VomoStatus MeasureTaps(const VomoWaveform &waveform, VomoDFEParams &parameters,
                        EyeOpening &opening) {
