@@ -1292,6 +1292,35 @@ VOMO_API VomoStatus VomoAPPLY_MULTIPLE_CTLE_FILTERS_TO_WAVEFORM(
     int32_t iAllowNoCTLE, int32_t *piBestCTLE, VomoWaveform **ppsFiltered,
     VomoHandle *phFiltered) VOMO_NOEXCEPT;
 
+/* Sends a pair of single-ended waveforms through a measured four-port: they enter at ports 1 and 3,
+ * and the result is the difference of what comes out at ports 2 and 4. Of the network's matrices
+ * the entries [0][1], [0][3], [2][1] and [2][3] are used, [a][b] leading from port a + 1 to port b
+ * + 1.
+ *
+ * The network's highest frequency becomes the Nyquist frequency. Where it is not the waveforms'
+ * own, they are interpolated to it first, without more samples being stored: a higher rate cuts the
+ * end off. Then the positive half is trimmed so that its ends meet and its length is odd, and the
+ * negative one alike. The curves are stretched to the spectrum as points of equal spacing; at DC
+ * they begin with phase 0 and the magnitude that a straight line through the first ten points has
+ * there. The transform back is one sample longer than the one there: with n samples the result is
+ * stretched in time by (n + 1) / n.
+ *
+ * psWaveformPos, psWaveformNeg: equal sample intervals. Their samples stay as they are, but they
+ * come back trimmed as above, unless they were interpolated. psSparamData: 10 to 2000 points, the
+ * highest frequency above 0. With dFLowPass above 0, both spectra go through
+ * VomoGENERATE_FIRST_ORDER_FILTER for bins half as far apart as they are, so that the corner comes
+ * to lie at twice that frequency. dPercentToTrim and iFlags apply to the result; that the text file
+ * cannot be written goes unsaid. ppsOut, phOut: a new waveform; the caller frees it.
+ * PARAM_OUT_OF_RANGE for a sample interval not above 0, unequal ones, no samples, a network out of
+ * the ranges above, fewer than 3 samples after trimming, and a dPercentToTrim that takes more than
+ * all; COMPUTATION_ERROR for frequencies through which no line can be laid, as when all are equal.
+ */
+VOMO_API VomoStatus VomoAPPLY_SPARAM_TO_WAVEFORM(VomoWaveform *psWaveformPos,
+                                                 VomoWaveform *psWaveformNeg,
+                                                 const VomoSparamData *psSparamData,
+                                                 VomoWaveform **ppsOut,
+                                                 VomoHandle *phOut) VOMO_NOEXCEPT;
+
 /* ============================== Eye diagrams ================================================ */
 
 /* How the voltage margins are taken. */
@@ -1776,8 +1805,8 @@ typedef struct VomoDualPortClockResults {
  * when the block of the eye's outputs cannot be had; otherwise the error word of the stage that
  * failed.
  *
- * Not there yet in this version: S-parameters, CTLE, DFE and parameter dump are passed over, and a
- * Gen3 run is NOT_IMPLEMENTED. */
+ * Not there yet in this version: the parameter dump is passed over, and a Gen3 run is
+ * NOT_IMPLEMENTED. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWaveform *psComplement,
                                             VomoComplianceParams sParameters,
                                             VomoComplianceResults *psResults, void *pvPassThrough,
@@ -1815,6 +1844,35 @@ VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE_NO_EYE_INTERVALS(
     const double *pdSequence, uint32_t ulCount, VomoComplianceParams sParameters,
     VomoComplianceResults *psResults, uint32_t *pulCount, double **ppdSequence,
     VomoHandle *phSequence) VOMO_NOEXCEPT;
+
+/* Splits a differential waveform into two single-ended halves, plus and minus half of it. All
+ * stored samples are split, and both halves are trimmed as the waveform is. psDifferential: not
+ * changed. ppsPositive, phPositive, ppsNegative, phNegative: in and out. A record and handle of an
+ * earlier call are used again if they have room for all stored samples, and keep only so much of
+ * it; otherwise they are freed and replaced. NULL and 0 for none. The caller frees both. A record
+ * that is used again takes the waveform from its first visible sample on, so a trimmed one is
+ * shifted to the front by what it hides there. COMPUTATION_ERROR for a waveform that stores no
+ * samples. On a failure a held record may have changed its content and shows all of its samples. */
+VOMO_API VomoStatus VomoCONVERT_WFM_TO_SINGLE_ENDED(const VomoWaveform *psDifferential,
+                                                    VomoWaveform **ppsPositive,
+                                                    VomoHandle *phPositive,
+                                                    VomoWaveform **ppsNegative,
+                                                    VomoHandle *phNegative) VOMO_NOEXCEPT;
+
+/* The same in place: psWaveform itself becomes the positive half. ppsNegative and phNegative are in
+ * and out as above. */
+VOMO_API VomoStatus VomoCONVERT_WFM_TO_SINGLE_ENDED_I(VomoWaveform *psWaveform,
+                                                      VomoWaveform **ppsNegative,
+                                                      VomoHandle *phNegative) VOMO_NOEXCEPT;
+
+/* Positive less negative half. The first visible samples belong together, whatever the two hide,
+ * and the shorter one ends the result. ppsDifferential, phDifferential: a new waveform without
+ * hidden samples; the caller frees it. PARAM_NOT_VALID for a half without samples;
+ * PARAM_OUT_OF_RANGE for a sample interval not above 0 and for unequal ones. */
+VOMO_API VomoStatus Vomo_CONVERT_SINGLE_TO_DIFF(const VomoWaveform *psPositive,
+                                                const VomoWaveform *psNegative,
+                                                VomoWaveform **ppsDifferential,
+                                                VomoHandle *phDifferential) VOMO_NOEXCEPT;
 
 /* ============================== Transmitter measurements ==================================== */
 

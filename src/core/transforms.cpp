@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 
 #include "core/boundary.h"
 #include "core/handle_table.h"
@@ -28,20 +27,7 @@ uint64_t BinCount(uint64_t sample_count) {
   return sample_count / 2 + 1;
 }
 
-// The primitives count in signed 32 bits; a length beyond becomes one that they refuse.
-int32_t PrimitiveLength(uint64_t count) {
-  return count <= std::numeric_limits<int32_t>::max() ? static_cast<int32_t>(count) : 0;
-}
-
 using CreateSpec = int32_t (*)(DftSpec **, int32_t, int32_t, int32_t);
-
-VomoStatus MakeSpec(CreateSpec create, uint64_t length, int32_t flag, DftSpecOwner *spec) {
-  DftSpec *created = nullptr;
-  const int32_t status = create(&created, PrimitiveLength(length), flag, 0);
-  if (status != kNoError) return PrimitiveFailure(status, Vomo_STATUS_FFT_DESCRIPTOR_ERROR);
-  spec->reset(created);
-  return Vomo_STATUS_SUCCESS;
-}
 
 constexpr CreateSpec CreateComplex(const VomoComplexDouble *) {
   return DftSpecCreate_C_64fc;
@@ -64,7 +50,8 @@ VomoStatus TransformComplex(int32_t (*run)(const Complex *, Complex *, DftSpec *
   return Guarded([&] {
     const Range range = RangeOf(min, max);
     DftSpecOwner spec;
-    VomoStatus status = MakeSpec(CreateComplex(source), range.count, kDftDivideNeither, &spec);
+    VomoStatus status =
+        CreateTransform(CreateComplex(source), range.count, kDftDivideNeither, spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     auto result = BlockOf<Complex>::Allocate(range.count);
     status = RunTransform(run, source + range.first, result.get(), spec);
@@ -151,7 +138,7 @@ extern "C" VomoStatus VomoFFT_REAL_DOUBLE(const double *pSource, uint32_t ulMin,
   return Guarded([&] {
     const Range range = RangeOf(ulMin, ulMax);
     DftSpecOwner spec;
-    VomoStatus status = MakeSpec(DftSpecCreate_R_64f, range.count, kDftDivideInverse, &spec);
+    VomoStatus status = CreateTransform(DftSpecCreate_R_64f, range.count, kDftDivideInverse, spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     // A pointer that is already there is the output, and the caller answers for its size.
     BlockOf<VomoComplexDouble> bins(*ppOut, 0);
@@ -180,7 +167,7 @@ extern "C" VomoStatus VomoIFFT_REAL_DOUBLE(const VomoComplexDouble *pSource, uin
     const Range range = RangeOf(ulMin, ulMax);
     const uint64_t count = 2 * (range.count - 1) + (ulOddFlag != 0 ? 1 : 0);
     DftSpecOwner spec;
-    VomoStatus status = MakeSpec(DftSpecCreate_R_64f, count, kDftDivideInverse, &spec);
+    VomoStatus status = CreateTransform(DftSpecCreate_R_64f, count, kDftDivideInverse, spec);
     if (status != Vomo_STATUS_SUCCESS) return status;
     auto samples = BlockOf<double>::Allocate(count);
     status = RunTransform(DftInverse_R_64f, pSource + range.first, samples.get(), spec);

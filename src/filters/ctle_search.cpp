@@ -33,8 +33,8 @@ struct Judge {
     const VomoStatus status =
         VomoEyeForCTLE(waveform, filter_count, unit_interval_s, window_begin, window_end, &eye);
     if (Vomo_STATUS_IS_ERROR(status)) return status;
-    *score = VomoEyeScore(eye_option, true, unit_interval_s, eye.min_interval_s,
-                          eye.max_interval_s, eye.levels);
+    *score = VomoEyeScore(eye_option, true, unit_interval_s, eye.min_interval_s, eye.max_interval_s,
+                          eye.levels);
     return status;
   }
 };
@@ -89,8 +89,7 @@ class Search {
 // The beginning of the waveform, 2 percent longer than the unit intervals asked for.
 VomoStatus MakeTrial(const VomoWaveform &waveform, double unit_interval_s, int32_t ui_count,
                      Received<VomoWaveform> &trial) {
-  const double wanted =
-      std::ceil(unit_interval_s / waveform.dSampleInterval * (ui_count * 1.02));
+  const double wanted = std::ceil(unit_interval_s / waveform.dSampleInterval * (ui_count * 1.02));
   const double count = std::min<double>(waveform.ulNumSamples, wanted);
   const VomoStatus status =
       Vomo_Get_Waveform(VomoToU32(count), waveform.pfSamples, waveform.dSampleInterval,
@@ -131,9 +130,9 @@ VomoStatus VomoEyeForCTLE(const VomoWaveform &waveform, uint32_t filter_count,
       Vomo_CROSSOVERS_RISE_FALL, crossovers.pointer(), crossovers.handle_out(), nullptr, nullptr,
       &smallest_spacing_s);
   if (Vomo_STATUS_IS_ERROR(status)) return status;
-  status = Vomo_CONVERT_CROSSOVER_TO_CLOCK(crossovers.get(), 0, crossovers->ulCount - 1,
-                                           unit_interval_s, nullptr, clock.pointer(),
-                                           clock.handle_out());
+  status =
+      Vomo_CONVERT_CROSSOVER_TO_CLOCK(crossovers.get(), 0, crossovers->ulCount - 1, unit_interval_s,
+                                      nullptr, clock.pointer(), clock.handle_out());
   if (Vomo_STATUS_IS_ERROR(status)) return status;
   return VomoEyeWindow(waveform, *clock.get(), begin, end, PhaseChoice::kSmallestHeight, opening);
 }

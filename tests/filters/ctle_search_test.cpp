@@ -62,8 +62,8 @@ struct Search {
   }
 };
 
-// The zero that lies on the channel's pole puts the bits back: no other setting opens transition and
-// other bits so alike, or leaves the edges so little of the bits before.
+// The zero that lies on the channel's pole puts the bits back: no other setting opens transition
+// and other bits so alike, or leaves the edges so little of the bits before.
 TEST(CtleSearch, FindsTheSettingThatInvertsAChannel) {
   for (const double pole : {0.7e9, 1.5e9, 3e9}) {
     Samples signal(BehindPole(pole, 4000, 21), kInterval);
@@ -117,8 +117,8 @@ TEST(CtleSearch, TheLargestScoreWins) {
     search.option = option;
     search.ui_count = 700;
     for (int i = 0; i < 6; ++i) {
-      search.family.push_back({uniform(0.3, 2), uniform(0.3e9, 3e9), uniform(2e9, 9e9),
-                               uniform(8e9, 20e9)});
+      search.family.push_back(
+          {uniform(0.3, 2), uniform(0.3e9, 3e9), uniform(2e9, 9e9), uniform(8e9, 20e9)});
       search.family.push_back(search.family.back());
     }
     std::vector<double> scores;
@@ -232,7 +232,14 @@ TEST(CtleSearch, Refusals) {
       {"no samples", &signal, 0, {good}, 0, 50, kInterval, kRange, kRange},
       {"six samples", &signal, 6, {good}, 0, 50, kInterval, kRange, kRange},
       {"ten samples have no eye", &signal, 10, {good}, 0, 50, kInterval, kRange, 0},
-      {"a bad setting behind a good one", &signal, 1600, {good, bad}, 0, 50, kInterval, kRange,
+      {"a bad setting behind a good one",
+       &signal,
+       1600,
+       {good, bad},
+       0,
+       50,
+       kInterval,
+       kRange,
        kRange},
       {"flat", &flat, 3000, {good}, 0, 50, kInterval, kRange, 0},
       {"zero", &zero, 3000, {good}, 1, 50, kInterval, kRange, 0},
@@ -272,13 +279,16 @@ TEST(CtleSearch, Refusals) {
   ASSERT_EQ(call(samples.get(), -1, nullptr, &out), 0u);
   Vomo_HANDLE_FREE(handle);
   // Trial, its filtered copy, and crossovers, run lengths and clock of its eye.
-  vomo_test::ExpectSlotsNeeded(5, [&] {
-    Search search;
-    search.family = {good};
-    search.ui_count = 50;
-    Received<VomoWaveform> output;
-    return search.Run(samples.get(), output);
-  }, 4);
+  vomo_test::ExpectSlotsNeeded(
+      5,
+      [&] {
+        Search search;
+        search.family = {good};
+        search.ui_count = 50;
+        Received<VomoWaveform> output;
+        return search.Run(samples.get(), output);
+      },
+      4);
 }
 
 }  // namespace
