@@ -29,6 +29,10 @@ int Run(int argc, char **argv) {
     cli.exit(error);
     return static_cast<int>(app::ExitCode::kWrongUsage);
   }
+  // Results that never arrived must not pass as delivered.
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    throw app::Failure(app::ExitCode::kWrongUsage, "cannot write to the standard output");
+  }
   return static_cast<int>(exit_code);
 }
 

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cmath>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -131,6 +132,12 @@ TEST_F(Synth, WritesThroughLinksAndToDevices) {
   const Outcome full = Run({"synth", "/dev/full", "--ui", "10"});
   EXPECT_EQ(full.exit_code, 2);
   EXPECT_NE(full.err.find("/dev/full"), std::string::npos) << full.err;
+}
+
+TEST_F(Program, AFullStandardOutputIsToldOf) {
+  const int status =
+      std::system((std::string(VOMO_BINARY) + " settings --rate 8e9 2>&1 >/dev/full").c_str());
+  EXPECT_EQ(WEXITSTATUS(status), 2);
 }
 
 TEST_F(Measure, TableAndJsonOfAKnownCapture) {
