@@ -15,8 +15,8 @@ bool HasStoredSamples(const VomoWaveform *waveform) {
          (waveform->pfSamples != nullptr || StoredSampleCount(*waveform) == 0);
 }
 
-// A record that the caller holds from an earlier call, all of its samples shown again; NULL for none
-// and when it has too few. A handle without a record is none.
+// A record that the caller holds from an earlier call, all of its samples shown again; NULL for
+// none and when it has too few. A handle without a record is none.
 VomoWaveform *Reusable(VomoWaveform *held, VomoHandle handle, uint64_t total) {
   if (held == nullptr || handle == 0) return nullptr;
   held->pfSamples -= held->ulTrimFront;
@@ -53,8 +53,7 @@ VomoStatus SplitInPlace(const VomoWaveform &waveform, VomoWaveform **negative,
     record->dSampleInterval = waveform.dSampleInterval;
     HideEnds(*record, waveform.ulTrimFront, waveform.ulTrimBack);
   }
-  const VomoStatus status =
-      Split(FirstStoredSample(waveform), FirstStoredSample(*record), total);
+  const VomoStatus status = Split(FirstStoredSample(waveform), FirstStoredSample(*record), total);
   if (!Vomo_STATUS_IS_ERROR(status) && made) Replace(made, negative, negative_handle);
   return status;
 }

@@ -97,8 +97,8 @@ class Embedding {
 
 VomoStatus Embedding::Run(BlockOf<VomoWaveform> &out) {
   using Step = VomoStatus (Embedding::*)();
-  for (const Step step :
-       {&Embedding::MatchRates, &Embedding::MatchEnds, &Embedding::ForwardPair, &Embedding::LowPass}) {
+  for (const Step step : {&Embedding::MatchRates, &Embedding::MatchEnds, &Embedding::ForwardPair,
+                          &Embedding::LowPass}) {
     const VomoStatus status = (this->*step)();
     if (Vomo_STATUS_IS_ERROR(status)) return status;
   }
@@ -172,9 +172,8 @@ VomoStatus Embedding::LowPass() {
   if (!(network_.dFLowPass > 0)) return Vomo_STATUS_SUCCESS;
   const double delta_f = static_cast<double>(HighestFrequency()) / (count_ - 1.0);
   Received<VomoComplexDouble> response;
-  const VomoStatus status =
-      VomoGENERATE_FIRST_ORDER_FILTER(delta_f, bin_count_, 0, network_.dFLowPass,
-                                      response.pointer(), response.handle_out());
+  const VomoStatus status = VomoGENERATE_FIRST_ORDER_FILTER(
+      delta_f, bin_count_, 0, network_.dFLowPass, response.pointer(), response.handle_out());
   if (Vomo_STATUS_IS_ERROR(status)) return status;
   VomoCONVERT_FC64_FC32_I(bin_count_, response.get());
   const auto *filter = reinterpret_cast<const VomoComplexFloat *>(response.get());
@@ -199,8 +198,8 @@ VomoStatus Embedding::Curve(const Path &path, float *re, float *im) const {
   phase[0] = 0.0f;
   const VomoStatus status = FitAtDc(network_.pdSfreq + 1, &magnitude[1], &magnitude[0]);
   if (Vomo_STATUS_IS_ERROR(status)) return status;
-  return Computed(VecFromPolar_32f(magnitude.get(), phase.get(), re, im,
-                                   static_cast<int32_t>(points + 1)));
+  return Computed(
+      VecFromPolar_32f(magnitude.get(), phase.get(), re, im, static_cast<int32_t>(points + 1)));
 }
 
 VomoStatus Embedding::Product(const Path &path) const {

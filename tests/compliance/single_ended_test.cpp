@@ -118,9 +118,9 @@ TEST(SingleEnded, DifferenceOfTwo) {
     positive.record.ulNumSamples = c.positive_count;
     negative.record.ulNumSamples = c.negative_count;
     VomoHandle handle = 77;
-    EXPECT_EQ(Vomo_CONVERT_SINGLE_TO_DIFF(positive.get(), negative.get(), difference.pointer(),
-                                          &handle),
-              c.status)
+    EXPECT_EQ(
+        Vomo_CONVERT_SINGLE_TO_DIFF(positive.get(), negative.get(), difference.pointer(), &handle),
+        c.status)
         << c.what;
     EXPECT_EQ(handle, 77u);
   }

@@ -132,16 +132,16 @@ TEST(WaveformPreparation, StagesInTheirOrder) {
   Received<VomoWaveform> positive, negative, received, equalised, expected;
   VomoCONVERT_WFM_TO_SINGLE_ENDED(run.capture.get(), positive.pointer(), positive.handle_out(),
                                   negative.pointer(), negative.handle_out());
-  VomoAPPLY_SPARAM_TO_WAVEFORM(positive.get(), negative.get(), &network.record,
-                               received.pointer(), received.handle_out());
+  VomoAPPLY_SPARAM_TO_WAVEFORM(positive.get(), negative.get(), &network.record, received.pointer(),
+                               received.handle_out());
   const VomoCTLEParams &s = kFamily[0];
   VomoAPPLY_CTLE_FILTER_TO_WAVEFORM(received.get(), s.fAdc, s.fFz, s.fFp1, s.fFp2,
                                     equalised.pointer(), equalised.handle_out());
   VomoDFEParams dfe = Dfe(0);
-  ASSERT_EQ(VomoAPPLY_DFE_FILTER_TO_WAVEFORM(equalised.get(), &dfe, 1, nullptr, nullptr, nullptr,
-                                             nullptr, nullptr, nullptr, expected.pointer(),
-                                             expected.handle_out()),
-            0u);
+  ASSERT_EQ(
+      VomoAPPLY_DFE_FILTER_TO_WAVEFORM(equalised.get(), &dfe, 1, nullptr, nullptr, nullptr, nullptr,
+                                       nullptr, nullptr, expected.pointer(), expected.handle_out()),
+      0u);
   EXPECT_EQ(Stored(*run.prepared.waveform), Stored(*expected.get()));
   EXPECT_EQ(Counts(*run.prepared.waveform), Counts(*expected.get()));
   EXPECT_EQ(run.dfe.afDFETapValues[0], dfe.afDFETapValues[0]);
@@ -251,9 +251,9 @@ TEST(WaveformPreparation, RunsOutOfHandles) {
       4);
 }
 
-// A channel of one pole, through the whole flow: the equaliser that inverts it is chosen and takes the
-// jitter away. A single DFE tap does not: it weighs the bit before an edge, which is always the other
-// one, and so moves all edges alike.
+// A channel of one pole, through the whole flow: the equaliser that inverts it is chosen and takes
+// the jitter away. A single DFE tap does not: it weighs the bit before an edge, which is always the
+// other one, and so moves all edges alike.
 TEST(WaveformPreparation, OpensAClosedEyeInAWholeRun) {
   app::SynthSpec spec;
   spec.bit_rate = vomo_test::kBitRate;
@@ -288,7 +288,8 @@ TEST(WaveformPreparation, OpensAClosedEyeInAWholeRun) {
     EXPECT_NEAR(results.dUnitInterval, kUnitInterval, 1e-4 * kUnitInterval);
     return results.dTIEPeakPeak;
   };
-  const double closed = jitter(0, nullptr), equalised = jitter(3, nullptr), fed_back = jitter(0, &dfe);
+  const double closed = jitter(0, nullptr), equalised = jitter(3, nullptr),
+               fed_back = jitter(0, &dfe);
   EXPECT_GT(closed, 20e-12);
   EXPECT_LT(equalised, 0.4 * closed);
   EXPECT_NEAR(fed_back, closed, 0.02 * closed);

@@ -39,7 +39,8 @@ constexpr auto kOne = [](double) { return Complex(1, 0); };
 // A cosine that begins on a crest, in both polarities.
 struct TonePair {
   TonePair(double period, size_t count, double interval_s = kInterval)
-      : positive(Tone(period, count, 1), interval_s), negative(Tone(period, count, -1), interval_s) {}
+      : positive(Tone(period, count, 1), interval_s),
+        negative(Tone(period, count, -1), interval_s) {}
   static std::vector<float> Tone(double period, size_t count, double amplitude) {
     std::vector<float> samples(count);
     for (size_t i = 0; i < count; ++i) {
@@ -51,15 +52,16 @@ struct TonePair {
   Samples positive, negative;
 };
 
-// What the transforms make of samples and of a factor that is the same at all frequencies, in double
-// and term by term: the spectrum of n samples, back as one of n + 1.
+// What the transforms make of samples and of a factor that is the same at all frequencies, in
+// double and term by term: the spectrum of n samples, back as one of n + 1.
 std::vector<double> ThereAndBack(const std::vector<float> &samples) {
   const int n = static_cast<int>(samples.size());
   std::vector<double> out(samples.size() + 1);
   for (int k = 0; k <= n / 2; ++k) {
     Complex bin = 0;
     for (int i = 0; i < n; ++i) {
-      bin += double{samples[static_cast<size_t>(i)]} * std::polar(1.0 / n, -kTwoPi * (k * i % n) / n);
+      bin +=
+          double{samples[static_cast<size_t>(i)]} * std::polar(1.0 / n, -kTwoPi * (k * i % n) / n);
     }
     for (int i = 0; i <= n; ++i) {
       const Complex turn = std::polar(k == 0 ? 1.0 : 2.0, kTwoPi * (k * i % (n + 1)) / (n + 1));
@@ -102,11 +104,11 @@ TEST(Network, AddsUpItsPaths) {
   }
 }
 
-// A tone in the middle of a long capture, behind a delay. What is known to be a little off is in the
-// expectation: the time is stretched by (n + 1) / n, and curves from 0 to point L are read as if
-// point L + 1 lay at the Nyquist frequency, which makes delays longer by (L + 1) / L.
-// A Kaiser window of shape 9 over 8 points is 90 dB down from 0.38 cycles a point beyond the cut-off
-// of 0.475 on: a curve that turns by less than 0.095 cycles a point keeps its values within 3e-5 at
+// A tone in the middle of a long capture, behind a delay. What is known to be a little off is in
+// the expectation: the time is stretched by (n + 1) / n, and curves from 0 to point L are read as
+// if point L + 1 lay at the Nyquist frequency, which makes delays longer by (L + 1) / L. A Kaiser
+// window of shape 9 over 8 points is 90 dB down from 0.38 cycles a point beyond the cut-off of
+// 0.475 on: a curve that turns by less than 0.095 cycles a point keeps its values within 3e-5 at
 // each of up to 10 steps. The spectrum's leakage from the ends, where a crest stands twice, is a
 // second difference of (2 pi / period)^2 at a distance of more than 1000 samples.
 TEST(Network, DelaysATone) {
@@ -116,7 +118,8 @@ TEST(Network, DelaysATone) {
         SCOPED_TRACE(testing::Message() << delay << " " << period << " " << points);
         TonePair pair(period, 3841);
         Network network(points, kNyquist);
-        network.SetThrough([delay](double f) { return std::polar(1.0, -kTwoPi * f * delay * kInterval); });
+        network.SetThrough(
+            [delay](double f) { return std::polar(1.0, -kTwoPi * f * delay * kInterval); });
         Received<VomoWaveform> out;
         ASSERT_EQ(Embed(pair.positive.get(), pair.negative.get(), network, out), 0u);
         const double n = out->ulNumSamples - 1, shift = delay * (points + 1) / points;
@@ -124,7 +127,8 @@ TEST(Network, DelaysATone) {
         for (uint32_t i = 1200; i < 2600; ++i) {
           const double place = (i - shift) * n / (n + 1);
           ASSERT_NEAR(out->pfSamples[i], 2 * std::cos(kTwoPi * place / period),
-                      2 * 10 * 3e-5 + leakage) << i;
+                      2 * 10 * 3e-5 + leakage)
+              << i;
         }
       }
     }
@@ -172,8 +176,8 @@ TEST(Network, Counts) {
 }
 
 // The straight line through the first ten points leads to the magnitude at DC, whatever follows.
-// About a corner of the curve the 8 points of the interpolation mix in what lies beside it: 4 % of a
-// step of 0.01 and less.
+// About a corner of the curve the 8 points of the interpolation mix in what lies beside it: 4 % of
+// a step of 0.01 and less.
 TEST(Network, DcComesFromTheFirstPoints) {
   std::vector<float> offset(401, 0.0f);
   for (size_t i = 0; i < offset.size(); ++i) offset[i] = i % 2 == 0 ? 1.5f : 0.5f;
@@ -247,7 +251,8 @@ TEST(Network, ChangesTheRate) {
     for (uint32_t i = 300; i + 300 < out->ulNumSamples; ++i) {
       const double place = i * n / (n + 1) + out->ulTrimFront;
       ASSERT_NEAR(out->pfSamples[i], 2 * std::cos(kTwoPi * place / period),
-                  2 * 0.05 * kTwoPi / kPeriod + 1e-3) << i;
+                  2 * 0.05 * kTwoPi / kPeriod + 1e-3)
+          << i;
     }
   }
 }
@@ -256,8 +261,13 @@ TEST(Network, RateRatios) {
   const struct {
     float in, out;
     double tolerance;
-  } cases[] = {{1, 2, 0},       {2, 1, 0},         {4e10f, 4e10f, 0}, {11, 5000, 1e-6},
-               {1e10f, 3e10f, 4e-9}, {1e-3f, 5, 3e-6}, {4e10f, 1.7e10f, 4e-9}};
+  } cases[] = {{1, 2, 0},
+               {2, 1, 0},
+               {4e10f, 4e10f, 0},
+               {11, 5000, 1e-6},
+               {1e10f, 3e10f, 4e-9},
+               {1e-3f, 5, 3e-6},
+               {4e10f, 1.7e10f, 4e-9}};
   for (const auto &c : cases) {
     const vomo::RateRatio ratio = vomo::VomoRateRatio(c.in, c.out);
     EXPECT_NEAR(1.0 * ratio.out / ratio.in / (double{c.out} / double{c.in}), 1, c.tolerance)
@@ -305,7 +315,9 @@ TEST(Network, Refusals) {
   } cases[] = {
       {"good", [](VomoWaveform &, VomoWaveform &, Network &) {}, 0},
       {"no interval",
-       [](VomoWaveform &p, VomoWaveform &n, Network &) { p.dSampleInterval = n.dSampleInterval = 0; },
+       [](VomoWaveform &p, VomoWaveform &n, Network &) {
+         p.dSampleInterval = n.dSampleInterval = 0;
+       },
        kRange},
       {"unequal intervals",
        [](VomoWaveform &p, VomoWaveform &, Network &) { p.dSampleInterval *= 1 + 1e-15; }, kRange},
@@ -314,20 +326,22 @@ TEST(Network, Refusals) {
          p.dSampleInterval = n.dSampleInterval = NAN;
        },
        kRange},
-      {"no positive samples", [](VomoWaveform &p, VomoWaveform &, Network &) { p.ulNumSamples = 0; },
+      {"no positive samples",
+       [](VomoWaveform &p, VomoWaveform &, Network &) { p.ulNumSamples = 0; }, kRange},
+      {"no negative samples",
+       [](VomoWaveform &, VomoWaveform &n, Network &) { n.ulNumSamples = 0; }, kRange},
+      {"two samples", [](VomoWaveform &p, VomoWaveform &, Network &) { p.ulNumSamples = 2; },
        kRange},
-      {"no negative samples", [](VomoWaveform &, VomoWaveform &n, Network &) { n.ulNumSamples = 0; },
-       kRange},
-      {"two samples", [](VomoWaveform &p, VomoWaveform &, Network &) { p.ulNumSamples = 2; }, kRange},
-      {"nine points", [](VomoWaveform &, VomoWaveform &, Network &s) { s.record.ulSArrayLength = 9; },
-       kRange},
+      {"nine points",
+       [](VomoWaveform &, VomoWaveform &, Network &s) { s.record.ulSArrayLength = 9; }, kRange},
       {"too many points",
        [](VomoWaveform &, VomoWaveform &, Network &s) { s.record.ulSArrayLength = 2001; }, kRange},
       {"the highest frequency 0",
        [](VomoWaveform &, VomoWaveform &, Network &s) { s.frequencies[20] = 0; }, kRange},
-      {"or beyond float", [](VomoWaveform &, VomoWaveform &, Network &s) { s.frequencies[20] = 1e39; },
+      {"or beyond float",
+       [](VomoWaveform &, VomoWaveform &, Network &s) { s.frequencies[20] = 1e39; }, kRange},
+      {"or NaN", [](VomoWaveform &, VomoWaveform &, Network &s) { s.frequencies[20] = NAN; },
        kRange},
-      {"or NaN", [](VomoWaveform &, VomoWaveform &, Network &s) { s.frequencies[20] = NAN; }, kRange},
       {"a share above a half",
        [](VomoWaveform &, VomoWaveform &, Network &s) { s.record.dPercentToTrim = 0.53; }, kRange},
       {"a share of five",
