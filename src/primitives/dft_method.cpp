@@ -93,18 +93,20 @@ struct PricedShape {
 template <class Real>
 PricedShape CheapestConvolution(int64_t min_length) {
   PricedShape best;
+  const auto offer = [&](int64_t rows, int64_t columns, double transforms_ns) {
+    const double ns = kTransformsInConvolution * transforms_ns + kConvolutionOverheadNs;
+    best.Offer({rows, columns}, static_cast<double>(rows * columns) * ns);
+  };
   for (const Price &columns : kGoodLengths) {
     const double column_ns = NsOf<Real>(columns);
-    if (min_length <= kLongestShort && columns.length >= min_length) {
-      best.Offer({columns.length, 1}, static_cast<double>(columns.length) * column_ns);
+    if (min_length <= kLongestShort) {
+      if (columns.length >= min_length) offer(columns.length, 1, column_ns);
+      continue;
     }
     for (const Price &rows : kGoodLengths) {
       if (rows.length > columns.length) break;
-      if (min_length <= kLongestShort || rows.length * columns.length < min_length) continue;
-      const double ns =
-          kTransformsInConvolution * (NsOf<Real>(rows) + column_ns) + kConvolutionOverheadNs;
-      best.Offer({rows.length, columns.length},
-                 static_cast<double>(rows.length * columns.length) * ns);
+      if (rows.length * columns.length < min_length) continue;
+      offer(rows.length, columns.length, NsOf<Real>(rows) + column_ns);
     }
   }
   return best;
