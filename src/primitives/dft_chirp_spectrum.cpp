@@ -4,6 +4,9 @@
 #include <array>
 #include <cstdlib>
 #include <type_traits>
+#include <utility>
+
+#include "primitives/dft_plane.h"
 
 namespace vomo {
 namespace {
@@ -13,36 +16,50 @@ uint64_t Modulo(int64_t value, uint64_t modulus) {
   return value < 0 && rest != 0 ? modulus - rest : rest;
 }
 
-// The work on the way to the spectrum.
+template <class From, class To>
+void Convert(const From *src, To *dst, int64_t count) {
+  for (int64_t i = 0; i < count; ++i) dst[i] = static_cast<To>(src[i]);
+}
+
+// The way to the spectrum.
+template <class Real>
 class SpectrumMaker {
  public:
   SpectrumMaker(const ChirpPhases &phases, PlaneShape shape, int64_t reach)
-      : phases_(phases), plane_(shape, KeptRows(shape)), reach_(reach) {}
+      : phases_(phases), plane_(shape, 1), reach_(reach) {}
 
-  static int64_t KeptRows(PlaneShape shape) { return shape.rows / 2 + 1; }
+  // From row to row, in scalars.
+  int64_t stride() const { return 2 * plane_.stride(); }
 
-  // Leaves the spectrum in the plane or, for a line, in its lane.
-  Plane<double> Make() {
+  WorkArray<Real> MakeLine() {
+    FillLanes(0);
+    plane_.TransformLanes();
+    values_ = WorkArray<Real>(2 * plane_.rows());
+    Convert(plane_.Lane(0), values_.get(), 2 * plane_.rows());
+    return std::move(values_);
+  }
+
+  WorkArray<Real> MakePlane() {
+    const int64_t kept_rows = plane_.rows() / 2 + 1;
+    values_ = WorkArray<Real>(kept_rows * stride());
     // Half the columns are enough: the column c of an even sequence, mirrored, is the column
     // columns - c.
     for (int64_t column = 0; column <= plane_.columns() / 2; column += plane_.kLanes) {
-      Fill(column);
+      FillLanes(column);
       plane_.TransformLanes();
-      if (!plane_.IsLine()) MoveToPlane(column);
+      LanesToRows(column);
     }
-    if (!plane_.IsLine()) {
-      for (int64_t row = 0; row < plane_.rows() / 2 + 1; ++row)
-        plane_.TransformRow(plane_.Row(row));
-    }
-    return std::move(plane_);
+    for (int64_t row = 0; row < kept_rows; ++row) TransformRow(Row(row));
+    return std::move(values_);
   }
 
  private:
   PhaseRamp &Ramp(int64_t lane) { return ramps_[static_cast<size_t>(lane)]; }
+  Real *Row(int64_t row) const { return values_.get() + row * stride(); }
 
   // The chirp at the positions p and length of the plane - p, p up to the reach, divided by the
   // length of the plane.
-  void Fill(int64_t column) {
+  void FillLanes(int64_t column) {
     const int64_t size = plane_.length(), lanes = plane_.LanesFrom(column);
     const struct {
       int64_t begin, end, origin;
@@ -65,9 +82,8 @@ class SpectrumMaker {
     }
   }
 
-  void MoveToPlane(int64_t column) {
-    const auto turn = ActiveDftKernels<double>().turn;
-    const int64_t rows = plane_.rows(), columns = plane_.columns(), stride = 2 * plane_.stride();
+  void LanesToRows(int64_t column) {
+    const int64_t rows = plane_.rows(), columns = plane_.columns();
     const int64_t lanes = std::min(plane_.kLanes, columns / 2 + 1 - column);
     for (int64_t lane = 0; lane < lanes; ++lane) {
       plane_.SetTwist(&Ramp(lane), column + lane);
@@ -77,24 +93,38 @@ class SpectrumMaker {
     ForGroups(lanes, rows, kept_rows, [&](int64_t lane, int64_t row, int64_t count) {
       const double *from = plane_.Lane(lane);
       const int64_t c = column + lane, mirrored = columns - c;
-      turn(Ramp(lane).Chunk(row, 1, 1), from + 2 * row, 2, 1, plane_.Row(row) + 2 * c, stride,
-           count);
+      Put(Ramp(lane).Chunk(row, 1, 1), from + 2 * row, 2, Row(row) + 2 * c, count);
       if (c == 0 || c >= mirrored) return;
-      turn(Ramp(lane).Chunk(row, 1, -1), from + 2 * (rows - row), -2, 1,
-           plane_.Row(row) + 2 * mirrored, stride, count);
+      Put(Ramp(lane).Chunk(row, 1, -1), from + 2 * (rows - row), -2, Row(row) + 2 * mirrored,
+          count);
     });
+  }
+
+  // Turned values into a column of the rows.
+  void Put(const PhaseChunk &factors, const double *from, int64_t from_stride, Real *to,
+           int64_t count) const {
+    double turned[2 * kPhaseChunk];
+    ActiveDftKernels<double>().turn(factors, from, from_stride, 1, turned, 2, count);
+    for (int64_t i = 0; i < count; ++i) Convert(turned + 2 * i, to + i * stride(), 2);
+  }
+
+  void TransformRow(Real *row) const {
+    if constexpr (std::is_same_v<Real, double>) {
+      plane_.TransformRow(row);
+    } else {
+      double *wide = plane_.Row(0);
+      Convert(row, wide, 2 * plane_.columns());
+      plane_.TransformRow(wide);
+      Convert(wide, row, 2 * plane_.columns());
+    }
   }
 
   const ChirpPhases &phases_;
   Plane<double> plane_;
   int64_t reach_;
+  WorkArray<Real> values_;
   std::array<PhaseRamp, Plane<double>::kLanes> ramps_;
 };
-
-template <class Real>
-void Narrow(const double *src, Real *dst, int64_t count) {
-  for (int64_t i = 0; i < count; ++i) dst[i] = static_cast<Real>(src[i]);
-}
 
 }  // namespace
 
@@ -143,23 +173,9 @@ PhaseChunk ChirpPhases::Chunk(const PhaseRamp &ramp, int64_t row, double scale, 
 
 template <class Real>
 ChirpSpectrum<Real>::ChirpSpectrum(const ChirpPhases &phases, PlaneShape shape, int64_t reach) {
-  Plane<double> made = SpectrumMaker(phases, shape, reach).Make();
-  if (made.IsLine()) {
-    values_ = WorkArray<std::complex<Real>>(made.rows());
-    Narrow(made.Lane(0), reinterpret_cast<Real *>(values_.get()), 2 * made.rows());
-    return;
-  }
-  stride_ = made.stride();
-  if constexpr (std::is_same_v<Real, double>) {
-    values_ = made.TakeRows();
-  } else {
-    const int64_t kept_rows = SpectrumMaker::KeptRows(shape);
-    values_ = WorkArray<std::complex<Real>>(kept_rows * stride_);
-    for (int64_t row = 0; row < kept_rows; ++row) {
-      Narrow(made.Row(row), reinterpret_cast<Real *>(values_.get() + row * stride_),
-             2 * made.columns());
-    }
-  }
+  SpectrumMaker<Real> maker(phases, shape, reach);
+  stride_ = maker.stride();
+  values_ = shape.columns == 1 ? maker.MakeLine() : maker.MakePlane();
 }
 
 template class ChirpSpectrum<float>;

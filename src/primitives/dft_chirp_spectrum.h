@@ -2,11 +2,10 @@
 #ifndef VOMO_PRIMITIVES_DFT_CHIRP_SPECTRUM_H
 #define VOMO_PRIMITIVES_DFT_CHIRP_SPECTRUM_H
 
-#include <complex>
 #include <cstdint>
 
+#include "primitives/dft_method.h"
 #include "primitives/dft_phase.h"
-#include "primitives/dft_plane.h"
 #include "primitives/dft_work.h"
 
 namespace vomo {
@@ -29,20 +28,18 @@ class ChirpPhases {
 };
 
 // The spectrum, in the order of the plane, of the chirp at p = -reach to reach, continued around
-// the ends, divided by the plane's length. It is formed in double for both types. Being even, it is
-// kept up to the middle row: the row r is, reversed, the row rows - r.
+// the ends, divided by the plane's length. Its transforms run in double for both types. Being even,
+// it is kept up to the middle row: the row r is, reversed, the row rows - r.
 template <class Real>
 class ChirpSpectrum {
  public:
   ChirpSpectrum(const ChirpPhases &phases, PlaneShape shape, int64_t reach);
 
-  const Real *Row(int64_t row) const {
-    return reinterpret_cast<const Real *>(values_.get() + row * stride_);
-  }
+  const Real *Row(int64_t row) const { return values_.get() + row * stride_; }
 
  private:
-  WorkArray<std::complex<Real>> values_;
-  int64_t stride_ = 0;
+  int64_t stride_;
+  WorkArray<Real> values_;
 };
 
 extern template class ChirpSpectrum<float>;

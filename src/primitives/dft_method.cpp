@@ -7,6 +7,8 @@
 #include <type_traits>
 #include <vector>
 
+#include "primitives/dft_phase.h"
+
 namespace vomo {
 namespace {
 
@@ -45,8 +47,10 @@ constexpr Price kPrimeFactors[] = {
 // Moving, twisting and turning the values of a plane, once through and back.
 constexpr double kTransformOverheadNs = 10;
 constexpr double kConvolutionOverheadNs = 14;
-// A convolution transforms twice and prepares half a spectrum.
+// A convolution transforms twice and prepares half a spectrum, and its columns need ramps of phases
+// for the chirp and the twist on the way in, out and to the spectrum.
 constexpr double kTransformsInConvolution = 2.5;
+constexpr double kRampsInConvolution = 5.5;
 
 // Up to here a single transform is never the worst; up to there it is the best if FFTW is good at
 // its length, and the longest that a convolution uses.
@@ -81,6 +85,12 @@ double NsPerValue(int64_t length) {
   return smooth + NsOf<Real>(*row);
 }
 
+// Of a ramp of phases for each column: up to 64 are looked up, whatever the number of rows.
+double RampNsPerValue(int64_t rows) {
+  constexpr double kLookUpNs = 4;
+  return kLookUpNs * std::min(1.0, static_cast<double>(kPhaseChunk) / static_cast<double>(rows));
+}
+
 struct PricedShape {
   PlaneShape shape = {0, 0};
   double ns = std::numeric_limits<double>::infinity();
@@ -94,7 +104,8 @@ template <class Real>
 PricedShape CheapestConvolution(int64_t min_length) {
   PricedShape best;
   const auto offer = [&](int64_t rows, int64_t columns, double transforms_ns) {
-    const double ns = kTransformsInConvolution * transforms_ns + kConvolutionOverheadNs;
+    const double ns = kTransformsInConvolution * transforms_ns +
+                      kRampsInConvolution * RampNsPerValue(rows) + kConvolutionOverheadNs;
     best.Offer({rows, columns}, static_cast<double>(rows * columns) * ns);
   };
   for (const Price &columns : kGoodLengths) {
@@ -142,7 +153,8 @@ PricedShape CheapestPlane(int64_t length) {
   for (const int64_t rows : Divisors(length)) {
     const int64_t columns = length / rows;
     if (rows > columns || rows < 8 || columns > kLongestSide) continue;
-    const double ns = NsPerValue<Real>(rows) + NsPerValue<Real>(columns) + kTransformOverheadNs;
+    const double ns = NsPerValue<Real>(rows) + NsPerValue<Real>(columns) + RampNsPerValue(rows) +
+                      kTransformOverheadNs;
     best.Offer({rows, columns}, static_cast<double>(length) * ns);
   }
   return best;

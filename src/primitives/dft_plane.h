@@ -43,8 +43,9 @@ class Plane {
  public:
   using Complex = std::complex<Real>;
 
-  // Columns are transformed in blocks of neighbours, each in a lane of its own.
-  static constexpr int64_t kLanes = 8;
+  // Columns are transformed in blocks of neighbours that fill two cache lines, each in a lane of
+  // its own.
+  static constexpr int64_t kLanes = 128 / static_cast<int64_t>(sizeof(Complex));
 
   explicit Plane(PlaneShape shape) : Plane(shape, shape.rows) {}
   // With room for the first kept_rows only.
@@ -72,9 +73,6 @@ class Plane {
   // Room for rows() values and one more.
   Real *Lane(int64_t lane) const { return Scalars(lanes_.get() + lane * lane_stride_); }
   Real *Row(int64_t row) const { return Scalars(values_.get() + row * stride_); }
-
-  // Gives the rows away, stride() apart; the plane is of no use after that.
-  WorkArray<Complex> TakeRows() { return std::move(values_); }
 
   // Transforms all lanes at once, in place.
   void TransformLanes() const { column_plan_.Run(lanes_.get()); }
