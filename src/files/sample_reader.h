@@ -2,7 +2,9 @@
 #ifndef VOMO_FILES_SAMPLE_READER_H
 #define VOMO_FILES_SAMPLE_READER_H
 
+#include <cmath>
 #include <cstdint>
+#include <type_traits>
 
 #include "core/handle_table.h"
 #include "files/byte_order.h"
@@ -15,6 +17,7 @@ struct SampleCoding {
   uint32_t bytes = 0;  // of a number; 0 if the samples take nothing from the file
   double scale = 0;
   double offset = 0;
+  bool may_give_nan = true;  // false for integers made volts by finite numbers
   void (*convert)(const SampleCoding &coding, const uint8_t *source, float *volts,
                   uint64_t count) = nullptr;
 };
@@ -32,7 +35,8 @@ void ConvertSamples(const SampleCoding &coding, const uint8_t *__restrict source
 
 template <class Number>
 SampleCoding CodingOf(ByteOrder order, double scale, double offset) {
-  return {sizeof(Number), scale, offset,
+  const bool finite = std::isfinite(scale) && std::isfinite(offset);
+  return {sizeof(Number), scale, offset, std::is_floating_point_v<Number> || !finite,
           IsNative(order) ? ConvertSamples<Number, false> : ConvertSamples<Number, true>};
 }
 

@@ -59,10 +59,11 @@ bool ProbeWfm(const FieldView &head) {
 // are the format's.
 SampleCoding UnknownCoding(uint32_t format, double scale, double offset) {
   const double volts = static_cast<double>(std::bit_cast<float>(format)) * scale + offset;
-  return {0, scale, volts,
-          [](const SampleCoding &coding, const uint8_t *, float *samples, uint64_t count) {
-            std::fill(samples, samples + count, static_cast<float>(coding.offset));
-          }};
+  const auto fill = [](const SampleCoding &coding, const uint8_t *, float *samples,
+                       uint64_t count) {
+    std::fill(samples, samples + count, static_cast<float>(coding.offset));
+  };
+  return {0, scale, volts, true, fill};
 }
 
 SampleCoding CodingOfFormat(uint32_t format, ByteOrder order, double scale, double offset) {
@@ -144,7 +145,7 @@ Invalid ReadSamples(FileCursor *file, const SampleCoding &coding, VomoWaveform *
   for (uint64_t done = 0; done < count;) {
     const uint64_t block = std::min(samples.block_samples(), count - done);
     samples.ReadBlock(waveform->pfSamples + done, block);
-    ClearInvalid(waveform->pfSamples + done, block, &invalid);
+    if (coding.may_give_nan) ClearInvalid(waveform->pfSamples + done, block, &invalid);
     done += block;
   }
   return invalid;

@@ -193,20 +193,26 @@ TEST(BinReader, FollowsThePointsWhereTheBufferIsSmaller) {
 // Every cut ends in the status that follows from what is left: without a whole data header the last
 // waveform reads as zeros, but the first one's is needed to find the second.
 TEST(BinReader, EndsInAStatusForEveryTruncation) {
-  const std::string one = MakeBin({{{1, 2, 3}, 1e-11, 40}});
+  // Headers longer than the part of them that is looked at.
+  constexpr int32_t kHeader = 150, kDataHeader = 20;
+  const auto waveform = [&](const Floats &samples) {
+    return BinWaveform{
+        .samples = samples, .header_bytes = kHeader, .data_header_bytes = kDataHeader};
+  };
+  const std::string one = MakeBin({waveform({1, 2, 3})});
   for (size_t size = 0; size <= one.size(); ++size) {
     SCOPED_TRACE(size);
-    const bool zeros = size >= 12 + 40 && size < 12 + 40 + 12;
+    const bool zeros = size >= 12 + kHeader && size < 12 + kHeader + kDataHeader;
     const Seen seen = ReadBin(one.substr(0, size));
     EXPECT_EQ(seen.status, zeros || size == one.size() ? kOk : kReadError);
     if (seen.status == kOk) {
       EXPECT_EQ(seen.samples, zeros ? Floats(3, 0.0f) : Floats({1, 2, 3}));
     }
   }
-  const std::string two = MakeBin({{{1, 2, 3}, 1e-11, 40}, {{4, 5}, 1e-11, 40}});
+  const std::string two = MakeBin({waveform({1, 2, 3}), waveform({4, 5})});
   for (size_t size = 0; size <= two.size(); ++size) {
     SCOPED_TRACE(size);
-    const bool zeros = size >= one.size() + 40 && size < one.size() + 40 + 12;
+    const bool zeros = size >= one.size() + kHeader && size < one.size() + kHeader + kDataHeader;
     Seen second;
     const Seen seen = ReadBoth(two.substr(0, size), &second);
     EXPECT_EQ(seen.status, zeros || size == two.size() ? kOk : kReadError);

@@ -124,6 +124,16 @@ TEST(WfmReader, ReadsEveryFormatVersionAndByteOrder) {
   }
 }
 
+// 2^30 * (1 + 2^-31) - 2^30 is 0.5; in float the scale would be 1.
+TEST(WfmReader, ScalesInDouble) {
+  const WfmFile file{.samples = Raw<int32_t>({1 << 30}),
+                     .format = 1,
+                     .bytes_per_point = 4,
+                     .scale = 1 + std::ldexp(1.0, -31),
+                     .offset = -std::ldexp(1.0, 30)};
+  EXPECT_EQ(ReadWfm(MakeWfm(file)).samples, Floats{0.5f});
+}
+
 TEST(WfmReader, HidesInvalidSamples) {
   struct Case {
     const char *what;
@@ -157,17 +167,31 @@ TEST(WfmReader, HidesInvalidSamples) {
   }
 }
 
+// Integers too become NaN, by a scale or an offset that is infinite or none.
+TEST(WfmReader, HidesIntegersThatAreMadeInvalid) {
+  const double inf = INFINITY;
+  const WfmFile file{.samples = Raw<int16_t>({0, 1, -1, 0}), .scale = inf};
+  const Seen seen = ReadWfm(MakeWfm(file));
+  EXPECT_EQ(seen.trim_front, 1u);
+  EXPECT_EQ(seen.trim_back, 1u);
+  EXPECT_EQ(seen.samples, Floats({INFINITY, -INFINITY}));
+  const WfmFile opposite{.samples = Raw<int16_t>({3, -4}), .scale = 1e308, .offset = -inf};
+  EXPECT_EQ(ReadWfm(MakeWfm(opposite)).trim_front, 1u);  // infinity minus infinity
+}
+
 // Long runs of NaN over the seams of the blocks that the samples go through.
 TEST(WfmReader, HidesInvalidSamplesOverBlocks) {
-  constexpr uint32_t kFront = 70'001, kValid = 100'000, kBack = 40'003;
-  Floats raw(kFront, kNaN);
-  for (uint32_t i = 0; i < kValid; ++i) raw.push_back(static_cast<float>(i));
-  raw.insert(raw.end(), kBack, kNaN);
-  const Seen seen = ReadWfm(MakeWfm({.samples = Raw(raw), .format = 4, .bytes_per_point = 4}));
-  EXPECT_EQ(seen.count, raw.size());
-  EXPECT_EQ(seen.trim_front, kFront);
-  EXPECT_EQ(seen.trim_back, kBack);
-  EXPECT_EQ(seen.samples, Floats(raw.begin() + kFront, raw.begin() + kFront + kValid));
+  constexpr uint32_t kValid = 3 * 32'768, kBack = 40'003;
+  for (const uint32_t front : {0u, 70'001u}) {
+    Floats raw(front, kNaN);
+    for (uint32_t i = 0; i < kValid; ++i) raw.push_back(static_cast<float>(i));
+    raw.insert(raw.end(), kBack, kNaN);
+    const Seen seen = ReadWfm(MakeWfm({.samples = Raw(raw), .format = 4, .bytes_per_point = 4}));
+    EXPECT_EQ(seen.count, raw.size());
+    EXPECT_EQ(seen.trim_front, front);
+    EXPECT_EQ(seen.trim_back, kBack);
+    EXPECT_EQ(seen.samples, Floats(raw.begin() + front, raw.begin() + front + kValid));
+  }
 }
 
 // An unknown format takes nothing from the file; its number read as the bits of a float, as good as
