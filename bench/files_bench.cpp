@@ -4,12 +4,12 @@
 #include <vomo.h>
 
 #include <cmath>
-#include <cstring>
-#include <fstream>
-#include <functional>
+#include <cstdio>
+#include <iterator>
 #include <string>
 #include <vector>
 
+#include "files/capture_makers.h"
 #include "files/spice_maker.h"
 #include "support/memory_file.h"
 
@@ -102,6 +102,130 @@ void ReadSpice(benchmark::State &state) {
   state.SetLabel(swapped ? "other byte order" : "own byte order");
 }
 BENCHMARK(ReadSpice)->DenseRange(0, 1)->Unit(benchmark::kMillisecond);
+
+// Integer steps of the same signal, made volts by the file's scale.
+constexpr double kStep = 1.0 / 256;
+
+template <class Raw>
+std::string RawSteps(int64_t count, std::endian order) {
+  std::vector<Raw> raw(static_cast<size_t>(count));
+  for (size_t i = 0; i < raw.size(); ++i)
+    raw[i] = static_cast<Raw>(static_cast<int>(100 * SampleAt(static_cast<int>(i))));
+  return vomo_test::Raw(raw, order);
+}
+
+float StepAt(int i) {
+  return static_cast<float>(kStep * static_cast<int>(100 * SampleAt(i)));
+}
+
+template <class Raw>
+std::string MakeTrc(int64_t count) {
+  return vomo_test::MakeTrc({.samples = RawSteps<Raw>(count, std::endian::little),
+                             .data_type = sizeof(Raw) == 2,
+                             .gain = static_cast<float>(kStep)});
+}
+
+template <class Raw, uint32_t kFormat, std::endian kOrder>
+std::string MakeWfm(int64_t count) {
+  return vomo_test::MakeWfm({.samples = RawSteps<Raw>(count, kOrder),
+                             .format = kFormat,
+                             .bytes_per_point = sizeof(Raw),
+                             .version = 3,
+                             .order = kOrder,
+                             .scale = kStep});
+}
+
+std::string MakeBin(int64_t count) {
+  std::vector<float> samples(static_cast<size_t>(count));
+  for (size_t i = 0; i < samples.size(); ++i) samples[i] = StepAt(static_cast<int>(i));
+  return vomo_test::MakeBin({{samples}});
+}
+
+struct BinaryCase {
+  const char *name;
+  std::string (*make)(int64_t count);
+  decltype(Vomo_Read_BIN_File) *read;
+};
+
+constexpr auto kLittle = std::endian::little, kBig = std::endian::big;
+const BinaryCase kBinaryCases[] = {
+    {"BIN", MakeBin, Vomo_Read_BIN_File},
+    {"TRC 16 bits", MakeTrc<int16_t>, Vomo_Read_TRC_File},
+    {"TRC 8 bits", MakeTrc<int8_t>, Vomo_Read_TRC_File},
+    {"WFM 16 bits", MakeWfm<int16_t, 0, kLittle>, Vomo_Read_WFM_File},
+    {"WFM 16 bits, other order", MakeWfm<int16_t, 0, kBig>, Vomo_Read_WFM_File},
+    {"WFM 8 bits", MakeWfm<int8_t, 7, kLittle>, Vomo_Read_WFM_File},
+    {"WFM floats, other order", MakeWfm<float, 4, kBig>, Vomo_Read_WFM_File},
+};
+
+// Of range 0 the case, of range 1 the samples.
+void ReadBinary(benchmark::State &state) {
+  const BinaryCase &format = kBinaryCases[state.range(0)];
+  const std::string content = format.make(state.range(1));
+  const MemoryFile file(content);
+  for (auto _ : state) {
+    double interval_s = 0;
+    uint32_t count = 0;
+    VomoWaveform *waveform = nullptr;
+    VomoHandle handle = 0;
+    const VomoStatus status = format.read(file.name(), &interval_s, &count, &waveform, &handle);
+    Check(state, status == Vomo_STATUS_SUCCESS && count == state.range(1) &&
+                     waveform->pfSamples[0] == StepAt(0) &&
+                     waveform->pfSamples[654'321] == StepAt(654'321) &&
+                     waveform->pfSamples[count - 1] == StepAt(static_cast<int>(count - 1)));
+    Vomo_HANDLE_FREE(handle);
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(content.size()));
+  state.SetLabel(format.name);
+}
+BENCHMARK(ReadBinary)
+    ->ArgsProduct({benchmark::CreateDenseRange(0, std::size(kBinaryCases) - 1, 1),
+                   {1'000'000, 10'000'000, 50'000'000}})
+    ->Unit(benchmark::kMillisecond);
+
+// As many points as are read at most, in each of the formats.
+void ReadS4P(benchmark::State &state) {
+  static const char *const kFormats[] = {"RI", "MA", "DB"};
+  constexpr int kPoints = 2000;
+  std::string content = std::string("# GHz S ") + kFormats[state.range(0)] + " R 50\n";
+  for (int i = 0; i < 32 * kPoints; ++i) {
+    char text[64];
+    if (i % 32 == 0) {
+      content.append(text,
+                     static_cast<size_t>(std::snprintf(text, sizeof text, "%.6f", i / 640.0)));
+    }
+    const double number = i % 2 == 0 ? SampleAt(i) : 180.0 * SampleAt(i);
+    const int length = std::snprintf(text, sizeof text, " %.9e%s", number, i % 8 == 7 ? "\n" : "");
+    content.append(text, static_cast<size_t>(length));
+  }
+  const MemoryFile file(content);
+  for (auto _ : state) {
+    VomoSparamData *record = nullptr;
+    const VomoStatus status = Vomo_Read_S4P_File(file.name(), &record);
+    Check(state, status == Vomo_STATUS_SUCCESS && record->ulSArrayLength == kPoints &&
+                     record->pdSfreq[3] == 0.1e9);
+    if (state.range(0) == 0) {
+      Check(state, std::abs(record->pspSArray[7][1][2].fRe - SampleAt(7 * 32 + 12)) < 1e-7);
+    }
+  }
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(content.size()));
+  state.SetLabel(kFormats[state.range(0)]);
+}
+BENCHMARK(ReadS4P)->DenseRange(0, 2)->Unit(benchmark::kMillisecond);
+
+void WriteText(benchmark::State &state) {
+  std::vector<float> samples(1'000'000);
+  for (size_t i = 0; i < samples.size(); ++i) samples[i] = SampleAt(static_cast<int>(i));
+  VomoWaveform waveform{static_cast<uint32_t>(samples.size()), 12.5e-12, samples.data(), 0, 0};
+  const MemoryFile file;
+  for (auto _ : state) {
+    Check(state, Vomo_Write_File(file.name(), &waveform) == Vomo_STATUS_SUCCESS);
+  }
+  const std::string text = file.Content();
+  Check(state, text.starts_with("            0\t0.000000e+00\n"));
+  state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(text.size()));
+}
+BENCHMARK(WriteText)->Unit(benchmark::kMillisecond);
 
 // The floor: every byte copied out of the page cache once, in blocks.
 void ReadBytes(benchmark::State &state) {
