@@ -21,15 +21,40 @@ std::vector<std::string> Seeds();
 
 namespace vomo_fuzz {
 
-// A delivered waveform must be readable from its first stored sample to its last.
+// Every sample that a delivered record shows must be there to be read. What a record hides need
+// not: the records of pairs are shortened without telling where the rest went.
 inline void UseWaveform(const VomoWaveform *waveform) {
-  const float *stored = waveform->pfSamples - waveform->ulTrimFront;
-  const uint64_t count =
-      uint64_t{waveform->ulNumSamples} + waveform->ulTrimFront + waveform->ulTrimBack;
-  for (uint64_t i = 0; i < count; ++i) {
-    const volatile float sample = stored[i];
+  for (uint32_t i = 0; i < waveform->ulNumSamples; ++i) {
+    const volatile float sample = waveform->pfSamples[i];
     static_cast<void>(sample);
   }
+}
+
+// One call of a reader of one waveform, with a limit: what a header promises may be gigabytes.
+inline void ReadOne(decltype(Vomo_Read_BIN_File) *read, const vomo_test::MemoryFile &file,
+                    uint32_t limit) {
+  double interval_s = 0;
+  VomoWaveform *waveform = nullptr;
+  VomoHandle handle = 0;
+  read(file.name(), &interval_s, &limit, &waveform, &handle);
+  if (waveform != nullptr) UseWaveform(waveform);
+  Vomo_HANDLE_FREE(handle);
+}
+
+// And of a reader of two.
+template <class Interval>
+void ReadTwo(VomoStatus (*read)(const char *, Interval *, uint32_t *, VomoWaveform **, VomoHandle *,
+                                VomoWaveform **, VomoHandle *),
+             const vomo_test::MemoryFile &file) {
+  double interval_s = 1e-12;
+  uint32_t count = 0;
+  VomoWaveform *waveforms[2] = {};
+  VomoHandle handles[2] = {};
+  read(file.name(), &interval_s, &count, &waveforms[0], &handles[0], &waveforms[1], &handles[1]);
+  for (const VomoWaveform *waveform : waveforms) {
+    if (waveform != nullptr) UseWaveform(waveform);
+  }
+  for (const VomoHandle handle : handles) Vomo_HANDLE_FREE(handle);
 }
 
 inline void WriteSeeds(const std::string &folder) {

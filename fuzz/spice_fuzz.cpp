@@ -26,21 +26,11 @@ std::vector<std::string> Seeds() {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
   static vomo_test::MemoryFile file;
   file.Hold(data, size);
-  const double interval_s = 1e-12;
-  for (const bool combined : {false, true}) {
-    uint32_t count = size % 2 != 0 ? 0 : 3;
-    VomoWaveform *waveforms[2] = {};
-    VomoHandle handles[2] = {};
-    if (combined) {
-      Vomo_Read_Combined_Spice_File(file.name(), &interval_s, &count, &waveforms[0], &handles[0],
-                                    &waveforms[1], &handles[1]);
-    } else {
-      Vomo_Read_Spice_File(file.name(), &interval_s, &count, &waveforms[0], &handles[0]);
-    }
-    for (const VomoWaveform *waveform : waveforms) {
-      if (waveform != nullptr) vomo_fuzz::UseWaveform(waveform);
-    }
-    for (const VomoHandle handle : handles) Vomo_HANDLE_FREE(handle);
-  }
+  const auto read = [](const char *name, double *interval_s, uint32_t *count,
+                       VomoWaveform **waveform, VomoHandle *handle) noexcept {
+    return Vomo_Read_Spice_File(name, interval_s, count, waveform, handle);
+  };
+  vomo_fuzz::ReadOne(read, file, size % 2 != 0 ? 1000 : 3);
+  vomo_fuzz::ReadTwo(Vomo_Read_Combined_Spice_File, file);
   return 0;
 }
