@@ -1893,6 +1893,65 @@ typedef struct VomoPreset {
   uint32_t ulDeemphasisRef, ulPreshootRef;
 } VomoPreset;
 
+/* Mean voltage inside the long runs of equal bits of a pattern, for high and for low runs.
+ *
+ * A run is a pair of neighbouring crossovers whose distance d lies in
+ *   [(usRunMin * fUIRatio - fUITolerance) * dUI, ((2 - fUIRatio) * longest + fUITolerance) * dUI]
+ * where longest is the larger of usRunMin and usRunMax. Averaged are its samples from
+ * (usWindowFirst - 1) / usRunMin to usWindowLast / usRunMin of d behind its first crossover, both
+ * included: the window stretches with the run's real duration. The first of these samples alone
+ * says the polarity: above 0 V is a high run. A run whose window begins before sample 0 is left
+ * out.
+ *
+ * pfSamples: volts; there must be samples up to the last crossover used.
+ * dStartTime: time of sample 0 on the scale of pdCrossTimes, seconds.
+ * dSampleInterval: seconds, 1e-15 to 0.32 * dUI.
+ * pdCrossTimes, ulFirst, ulLast: crossover times, seconds, and the first and last one used.
+ * dUI: unit interval, seconds; below 2e-11 it becomes 1.25e-10, after the sample interval's test.
+ * fUIRatio: 0.7 to 1.0, else 0.99. fUITolerance: at least 0.001, else 0.02.
+ * usRunMin, usRunMax: UI; 0 and 1 become 64.
+ * usWindowFirst, usWindowLast: UIs of the window counted from 1; they are not checked.
+ * dMaxMeanSpread: 0.0001 to 1.0, else 0.02. NaN is out of each of these ranges.
+ * pulPass: optional, written only when both polarities have samples: 1 if the 1.95 sigma interval
+ *   of the low mean is narrower than dMaxMeanSpread times the swing, else 0. How far the high level
+ *   scatters plays no part.
+ * pfAverages: two floats, low then high; 0.0 without samples of that polarity.
+ * pulRunCounts: optional, low then high runs.
+ * Returns 0, also when no run was found, or 1 with nothing written for NULL or a sample interval
+ * out of range. */
+VOMO_API int32_t FindTargetRunLen_Then_AverageAmplitudes_wPassFail(
+    const float *pfSamples, double dStartTime, double dSampleInterval, const double *pdCrossTimes,
+    uint32_t ulFirst, uint32_t ulLast, double dUI, float fUIRatio, float fUITolerance,
+    uint16_t usRunMin, uint16_t usRunMax, uint16_t usWindowFirst, uint16_t usWindowLast,
+    double dMaxMeanSpread, uint32_t *pulPass, float *pfAverages,
+    uint32_t *pulRunCounts) VOMO_NOEXCEPT;
+
+/* The same for runs of a single length and without a verdict. */
+VOMO_API int32_t FindTargetRunLen_Then_AverageAmplitudes(
+    const float *pfSamples, double dStartTime, double dSampleInterval, const double *pdCrossTimes,
+    uint32_t ulFirst, uint32_t ulLast, double dUI, float fUIRatio, float fUITolerance,
+    uint16_t usRunMin, uint16_t usWindowFirst, uint16_t usWindowLast, float *pfAverages,
+    uint32_t *pulRunCounts) VOMO_NOEXCEPT;
+
+/* FindTargetRunLen_Then_AverageAmplitudes_wPassFail on a waveform and its crossovers ulFirst to
+ * ulLast, with an fUIRatio of 0.99 and an fUITolerance of 0.02. A run whose window begins outside
+ * the waveform is left out, one that ends outside is cut.
+ *
+ * dUI: seconds, at least 2e-11; the sample interval lies from 1e-15 to 0.32 * dUI.
+ * iRunMin, ulRunMax: shortest and longest run, UI, the first at most the second, 65535 at most.
+ * ulWindowFirst, ulWindowLast: window in a run, UI counted from 1: the first at least 2 and below
+ *   the last, the last at most iRunMin.
+ * dMaxMeanSpread: 0.0001 to 1.0.
+ * pfHighAverage, pfLowAverage: volts. pulHighRuns, pulLowRuns: runs averaged.
+ * PARAM_NOT_VALID for anything outside these ranges, for ulFirst not below ulLast and for ulLast
+ * outside the list; PATTERN_NOT_FOUND without any run; NOT_ENOUGH_UI, with the outputs written, for
+ * runs of only one polarity and for a low mean that is not known well enough. */
+VOMO_API VomoStatus VomoCOMPUTE_TARGET_RUNLENGTH_AVERAGE_VOLTAGE(
+    const VomoWaveform *psWaveform, const VomoCrossoverData *psClock, uint32_t ulFirst,
+    uint32_t ulLast, double dUI, int32_t iRunMin, uint32_t ulRunMax, uint32_t ulWindowFirst,
+    uint32_t ulWindowLast, double dMaxMeanSpread, float *pfHighAverage, float *pfLowAverage,
+    uint32_t *pulHighRuns, uint32_t *pulLowRuns) VOMO_NOEXCEPT;
+
 /* F/2 jitter, the difference between even and odd unit intervals of a transmitter that serialises
  * by two phases: mean even less mean odd spacing, seconds, signed.
  *
