@@ -2055,6 +2055,225 @@ typedef struct VomoLFTestResults {
   double dPrepareTimeMin, dPrepareTimeMax;
 } VomoLFTestResults;
 
+/* Low-frequency bursts: found in a capture, cut to what is to be measured, and measured one by one.
+ * In this family a bad argument is PARAM_OUT_OF_RANGE, a NULL pointer too; Vomo_LF_TEST alone has
+ * another word for NULL. "Not negative" refuses NaN as well.
+ *
+ * Bounds are pairs of sample indices, element 2i the start and 2i + 1 the end of burst i. Prepare
+ * values are three doubles for each burst, seconds: the start of the phase before the one that
+ * leads up to the burst, the start of that one, and its end. */
+
+/* Finds up to psParams->iBurstCount bursts and measures each, keeping minimum and maximum of every
+ * quantity over all of them. Prepare phases, burst time and repeat time go by the bursts as found,
+ * all else by the bursts less fTrimStart and fTrimEnd. Crossovers are those of
+ * Vomo_FIND_CROSSOVERS_FILT at 0 V.
+ * pfCommonMode: optional, the common-mode samples at the same indices as the waveform's; used for
+ *   type 1.
+ * psParams: settings, and the fields called written. iBurstsFound and dMeanPeriod are written only
+ *   when the whole call succeeds, aulBurstBounds holds the first five bursts at most.
+ * psResults: the fields of the type, written as the bursts go by, so also before a failure. The
+ *   rest stays as it is: the repeat time of a single burst, everything without a burst.
+ * Type 2 finds bursts by Vomo_LF_BURST_BOUNDS_PWM and measures levels in the prepare phases, 0.2 us
+ * away from their ends; any other type takes Vomo_LF_BURST_BOUNDS. A type that is neither 1 nor 2
+ * fails at its first burst, for want of prepare values.
+ * LF_FEWER_BURSTS, a warning, when there are fewer bursts than asked for, none included.
+ * FILE_READ_ERROR for a NULL psWaveform, psParams or psResults; COMPUTATION_ERROR for a capture
+ * that ends inside a burst; otherwise the error word of the step that failed, such as
+ * PARAM_OUT_OF_RANGE for a burst that the trim leaves fewer than two crossovers. No block is left
+ * to free. */
+VOMO_API VomoStatus Vomo_LF_TEST(const VomoWaveform *psWaveform, const float *pfCommonMode,
+                                 VomoLFTestParams *psParams,
+                                 VomoLFTestResults *psResults) VOMO_NOEXCEPT;
+
+/* Finds bursts between quiet stretches.
+ * iBurstCount: bursts to look for, from 1.
+ * eBurstPolarity: what begins a burst, 0 a sample beyond the threshold on either side, 1 below its
+ *   negative, 2 above it.
+ * fBurstThreshold: volts, above 0 and below 5.
+ * dIdleTime: seconds, not negative. A burst ends at the last of dIdleTime / dSampleInterval + 1
+ *   samples in a row (the quotient truncated) whose magnitude is below the threshold, so its end
+ *   lies that far behind its last edge. A sample just at the threshold neither begins nor ends.
+ * piBurstsFound: bursts with an end.
+ * ppulBounds, phBounds: iBurstCount pairs, those not found 0; the caller frees them, also after
+ *   LF_FEWER_BURSTS (a warning: the capture held fewer) and COMPUTATION_ERROR (the last burst never
+ *   went quiet), which deliver what was found.
+ * PARAM_OUT_OF_RANGE also for a sample interval not above 0. */
+VOMO_API VomoStatus Vomo_LF_BURST_BOUNDS(const VomoWaveform *psWaveform, int32_t iBurstCount,
+                                         int32_t eBurstPolarity, float fBurstThreshold,
+                                         double dIdleTime, int32_t *piBurstsFound,
+                                         uint32_t **ppulBounds, VomoHandle *phBounds) VOMO_NOEXCEPT;
+
+/* Finds pulse-width coded bursts, which lie between stalls: stretches of more than 1 us in which
+ * the signal stays on one side. A burst starts at the last positive sample of a pulse that stood
+ * above the threshold for 1 us / dSampleInterval + 1 samples in a row (the quotient truncated), and
+ * ends when the magnitude has been above the threshold for as many samples, on the last of them.
+ * A stall that ended one burst also prepares the next. Only a sample whose magnitude is not above
+ * the threshold interrupts a stall: a capture whose edges have none ends a burst that soon.
+ * eBurstPolarity and dIdleTime are tested and not used; all else is as in Vomo_LF_BURST_BOUNDS. */
+VOMO_API VomoStatus Vomo_LF_BURST_BOUNDS_PWM(const VomoWaveform *psWaveform, int32_t iBurstCount,
+                                             int32_t eBurstPolarity, float fBurstThreshold,
+                                             double dIdleTime, int32_t *piBurstsFound,
+                                             uint32_t **ppulBounds,
+                                             VomoHandle *phBounds) VOMO_NOEXCEPT;
+
+/* Moves the start of each of iBurstCount bursts (from 1) up by fTrimStart and its end down by
+ * fTrimEnd, seconds, not negative, in whole samples of dSampleInterval (above 0), truncated.
+ * Whether anything of a burst is left is not tested; indices stop at 0 and at 2^32 - 1.
+ * ppulTrimmed, phTrimmed: new bounds; the caller frees them. */
+VOMO_API VomoStatus Vomo_LF_TRIM_BOUNDS(int32_t iBurstCount, double dSampleInterval,
+                                        float fTrimStart, float fTrimEnd, const uint32_t *pulBounds,
+                                        uint32_t **ppulTrimmed,
+                                        VomoHandle *phTrimmed) VOMO_NOEXCEPT;
+
+/* Finds the prepare phases before each of iBurstCount bursts (from 1). Looking back from a burst's
+ * start: where the signal was last positive gives the third value, where before that it was last
+ * negative the second, and where it was last positive at least ulLimit samples before that the
+ * first.
+ * Each is the crossing of 0 V on the line through two neighbouring samples there, as seconds. The
+ * third lies one sample early. The first and second are extrapolated from inside the phase, so that
+ * an edge without samples on its slope gives an infinity or NaN. A value whose place is not found
+ * behind sample 0 is 0.0.
+ * ppdPrepare, phPrepare: three values for each burst; the caller frees them.
+ * PARAM_OUT_OF_RANGE also for a sample interval not above 0, a start without a sample behind it,
+ * and ulLimit above the start or above the place from which it counts. */
+VOMO_API VomoStatus Vomo_STALL_PREPARE_BOUNDS(const VomoWaveform *psWaveform, int32_t iBurstCount,
+                                              uint32_t ulLimit, const uint32_t *pulBounds,
+                                              double **ppdPrepare,
+                                              VomoHandle *phPrepare) VOMO_NOEXCEPT;
+
+/* The measurements of one burst. They share their form:
+ * iBurstIndex: 0 for the first burst, whose values are set, above it for a later one, whose values
+ *   are compared with those that *pdMin and *pdMax hold from before; below 0 is out of range.
+ * psCrossovers: the burst's crossovers, rising and falling in turn.
+ * pdIntervals: the times between them, seconds, one fewer than crossovers. A period is two
+ *   intervals, the ones 2j and 2j + 1.
+ * psWaveform: the samples behind the crossovers. A crossover's sample is its time over
+ *   dSampleInterval, truncated; one outside the waveform is out of range.
+ * pdMin, pdMax: extremes over the bursts so far. A burst without a period counts as 0.0.
+ * How a measurement tracks the extremes inside one burst is its own; where nothing is said, the
+ * first period sets both, then a value below the minimum replaces it and any other raises the
+ * maximum. */
+
+/* Lowest and highest amplitude, volts. Each period, both ends included, gives the magnitude of its
+ * lowest sample and its highest sample. The first period sets the minimum to the one and the
+ * maximum to the other. Later, a magnitude below the minimum replaces it; if not, a highest sample
+ * below the minimum replaces it; only if neither, the maximum grows to the larger of the two.
+ * pulBounds: not NULL, and not read. */
+VOMO_API VomoStatus Vomo_LF_AMPLITUDE(int32_t iBurstIndex, const VomoWaveform *psWaveform,
+                                      const uint32_t *pulBounds,
+                                      const VomoCrossoverData *psCrossovers, double *pdMin,
+                                      double *pdMax) VOMO_NOEXCEPT;
+
+/* Each period over the burst's mean period, a ratio.
+ * iMinPeriods: fewest periods, from 1; fewer in the burst are a COMPUTATION_ERROR.
+ * iAveragePeriods: the mean is that of the first so many periods, or of all; not below
+ *   iMinPeriods. */
+VOMO_API VomoStatus Vomo_LF_BIT_DURATION_TOLERANCE(int32_t iBurstIndex, int32_t iMinPeriods,
+                                                   int32_t iAveragePeriods,
+                                                   const VomoCrossoverData *psCrossovers,
+                                                   const double *pdIntervals, double *pdMin,
+                                                   double *pdMax) VOMO_NOEXCEPT;
+
+/* Seconds from start to end of burst iBurstIndex of pulBounds, rounded to float. */
+VOMO_API VomoStatus Vomo_LF_BURST_TIME(int32_t iBurstIndex, double dSampleInterval,
+                                       const uint32_t *pulBounds, double *pdMin,
+                                       double *pdMax) VOMO_NOEXCEPT;
+
+/* Largest less smallest common-mode sample, volts; only the maximum is kept.
+ * ppfCommonMode: address of the pointer to the samples, neither NULL.
+ * ulFirst, ulLast: the range, which the array must hold. */
+VOMO_API VomoStatus Vomo_LF_COMMON_MODE(int32_t iBurstIndex, const float *const *ppfCommonMode,
+                                        uint32_t ulFirst, uint32_t ulLast,
+                                        double *pdMax) VOMO_NOEXCEPT;
+
+/* The two levels of the prepare phases before burst iBurstIndex, volts: the high one is the mean
+ * between the second and the third value of pdPrepare, the low one that between the first and the
+ * second, each shortened by dGuardStart and dGuardEnd seconds. Of the high level and the magnitude
+ * of the low one, the smaller is the burst's minimum and the larger its maximum; a negative high
+ * level thus is the minimum.
+ * pfLevelHigh, pfLevelLow: the levels of this burst.
+ * PARAM_OUT_OF_RANGE also for a range that is empty, not finite or not inside the waveform. */
+VOMO_API VomoStatus Vomo_LF_DIFF_DC(int32_t iBurstIndex, const VomoWaveform *psWaveform,
+                                    const double *pdPrepare, double dGuardStart, double dGuardEnd,
+                                    float *pfLevelHigh, float *pfLevelLow, double *pdMin,
+                                    double *pdMax) VOMO_NOEXCEPT;
+
+/* High time over period, percent. A value above the maximum replaces it, any other lowers the
+ * minimum.
+ * iFirstEdgeRising: 1 if the signal is high behind the first crossover, 0 if low, nothing else. */
+VOMO_API VomoStatus Vomo_LF_DUTY_CYCLE(int32_t iBurstIndex, const VomoCrossoverData *psCrossovers,
+                                       const double *pdIntervals, int32_t iFirstEdgeRising,
+                                       double *pdMin, double *pdMax) VOMO_NOEXCEPT;
+
+/* Tells how a burst begins: 1 for a positive sample iPolaritySampleOffset samples (from 1) behind
+ * that of the first crossover, 0 for a negative one. COMPUTATION_ERROR for a sample of exactly 0;
+ * PARAM_OUT_OF_RANGE also for an empty list. */
+VOMO_API VomoStatus Vomo_LF_INITIAL_RISE_FALL(const VomoWaveform *psWaveform,
+                                              const VomoCrossoverData *psCrossovers,
+                                              int32_t iPolaritySampleOffset,
+                                              int32_t *piFirstEdgeRising) VOMO_NOEXCEPT;
+
+/* The smaller interval of each period, seconds. The first one sets the minimum alone: the maximum
+ * starts at 0.0, and stays there in a burst of one period. */
+VOMO_API VomoStatus Vomo_LF_MINOR_DURATION(int32_t iBurstIndex,
+                                           const VomoCrossoverData *psCrossovers,
+                                           const double *pdIntervals, double *pdMin,
+                                           double *pdMax) VOMO_NOEXCEPT;
+
+/* Period, seconds. pdMean: the mean of this burst's periods, 0.0 without one. */
+VOMO_API VomoStatus Vomo_LF_PERIOD(int32_t iBurstIndex, const VomoCrossoverData *psCrossovers,
+                                   const double *pdIntervals, double *pdMean, double *pdMin,
+                                   double *pdMax) VOMO_NOEXCEPT;
+
+/* Length of the phase that leads up to burst iBurstIndex: third less second value of pdPrepare. */
+VOMO_API VomoStatus Vomo_LF_PREPARE_TIME(int32_t iBurstIndex, const double *pdPrepare,
+                                         double *pdMin, double *pdMax) VOMO_NOEXCEPT;
+
+/* Seconds from the start of burst iBurstIndex to that of the next one, rounded to float. pulBounds
+ * must hold the next one: not for the last burst. */
+VOMO_API VomoStatus Vomo_LF_REPEAT_TIME(int32_t iBurstIndex, double dSampleInterval,
+                                        const uint32_t *pulBounds, double *pdMin,
+                                        double *pdMax) VOMO_NOEXCEPT;
+
+/* Longest rise and longest fall, seconds, rounded to float, from the second crossover to the last
+ * but one. Each edge is followed from its crossover outwards to the first samples at or beyond the
+ * two levels, and interpolated there.
+ * iFirstEdgeRising: as in Vomo_LF_DUTY_CYCLE.
+ * iEdgeSearchSamples: samples looked at in each direction, the crossover's own among them, from 1.
+ *   Where none of them reaches a level, the place found on the previous edge of that kind stands,
+ *   0.0 at first, and the time comes out as it may.
+ * fLowFraction (0 to 1), fHighFraction (not negative): the levels, as fractions of the swing from
+ *   the low to the high level.
+ * fWindowBegin, fWindowEnd: not negative; the part of each half period, as fractions of it, whose
+ *   mean counts towards the high or the low level. A window that is turned round or ends outside
+ *   the waveform is out of range.
+ * pfLevels: optional, the high and the low level in volts, instead of measuring them.
+ * pdRiseMax, pdFallMax: the maxima over the bursts so far; 0.0 for a burst of fewer than three
+ *   crossovers. */
+VOMO_API VomoStatus Vomo_LF_RISE_FALL_TIME(const VomoWaveform *psWaveform, int32_t iBurstIndex,
+                                           const VomoCrossoverData *psCrossovers,
+                                           int32_t iFirstEdgeRising, int32_t iEdgeSearchSamples,
+                                           float fLowFraction, float fHighFraction,
+                                           float fWindowBegin, float fWindowEnd,
+                                           const float *pfLevels, double *pdRiseMax,
+                                           double *pdFallMax) VOMO_NOEXCEPT;
+
+/* The larger over the smaller interval of each period. A value above the maximum replaces it; any
+ * other below the maximum replaces the minimum, whatever that was, so that the minimum of a burst
+ * is the last value below the maximum and not the smallest. */
+VOMO_API VomoStatus Vomo_LF_TRANSMIT_RATIO(int32_t iBurstIndex,
+                                           const VomoCrossoverData *psCrossovers,
+                                           const double *pdIntervals, double *pdMin,
+                                           double *pdMax) VOMO_NOEXCEPT;
+
+/* Largest less smallest sample of each period, both ends included, volts. A value above the maximum
+ * replaces it, any other lowers the minimum.
+ * pulBounds: not NULL, and not read. */
+VOMO_API VomoStatus Vomo_LF_VOLTAGE_PP(int32_t iBurstIndex, const VomoWaveform *psWaveform,
+                                       const uint32_t *pulBounds,
+                                       const VomoCrossoverData *psCrossovers, double *pdMin,
+                                       double *pdMax) VOMO_NOEXCEPT;
+
 #ifdef __cplusplus
 }
 #endif
