@@ -1874,6 +1874,41 @@ VOMO_API VomoStatus Vomo_CONVERT_SINGLE_TO_DIFF(const VomoWaveform *psPositive,
                                                 VomoWaveform **ppsDifferential,
                                                 VomoHandle *phDifferential) VOMO_NOEXCEPT;
 
+/* Measures data against a second waveform, the clock: the clock's jitter behind each PLL filter of
+ * a list is taken off the data's intervals, at three alignments; the worst case by dTjPeakPeak is
+ * the result. psWaveform: the data, differential or, with psComplement, its positive half. Its trim
+ * is advanced where the clock's capture starts later or ends earlier, and stays so.
+ * psClockWaveform: the clock. Its range is narrowed during the call and put back, except when the
+ *   search for its edges fails within it; with iClockFilterEnable its samples are filtered in
+ * place. psComplement: negative half of the data; may be NULL. sParameters: as for
+ * Vomo_GENERAL_COMPLIANCE; ePhaseErrorIntervalType and the Gen3 fields have no effect. The data's
+ * unit interval is dTargetUI corrected by what the clock's mean interval is of dClockTargetUI.
+ * sDualPort: the clock's settings and iPLLFilterCount filters.
+ * psResults: the worst trial's numbers, with iPLLFilterIndex and iClockDataOffsetUI (positive: data
+ *   ahead); ulDataIntervalCount and psGen3Results end as 0. The curves belong to the trial that was
+ *   published last, which beat the others of its own filter.
+ * psClockResults: the clock's smallest crossover spacing, intervals and unit interval.
+ * The nine arguments from pvPassThrough on: as for Vomo_GENERAL_COMPLIANCE.
+ * Returns the eye stage's status on success. Errors: Vomo_STATUS_PARAM_NOT_VALID (NULL pointer, no
+ * filter array, nothing left between the trimmed ends), Vomo_STATUS_PARAM_OUT_OF_RANGE (no filter,
+ * captures that do not overlap, a clock without intervals), Vomo_STATUS_NOT_ENOUGH_UI, and what the
+ * stages return. Curves can have been published although the run failed later. */
+VOMO_API VomoStatus Vomo_DUAL_PORT_COMPLIANCE(
+    VomoWaveform *psWaveform, VomoWaveform *psClockWaveform, VomoWaveform *psComplement,
+    VomoComplianceParams sParameters, VomoDualPortParams sDualPort,
+    VomoComplianceResults *psResults, VomoDualPortClockResults *psClockResults, void *pvPassThrough,
+    uint8_t **ppbyPointStatus, VomoTemplate *psPlots, VomoTemplate *psTransPlots,
+    VomoHistogramData *psHistogramData, VomoHandle *pHandle, uint32_t *pulJitterCount,
+    double **ppdJitter, VomoHandle *phJitter) VOMO_NOEXCEPT;
+
+/* Vomo_DUAL_PORT_COMPLIANCE without the outputs of its eye stage and without the jitter sequence.
+ */
+VOMO_API VomoStatus Vomo_DUAL_PORT_COMPLIANCE_NO_EYE(
+    VomoWaveform *psWaveform, VomoWaveform *psClockWaveform, VomoWaveform *psComplement,
+    VomoComplianceParams sParameters, VomoDualPortParams sDualPort,
+    VomoComplianceResults *psResults, VomoDualPortClockResults *psClockResults,
+    void *pvPassThrough) VOMO_NOEXCEPT;
+
 /* ============================== Transmitter measurements ==================================== */
 
 /* One equalisation preset of a transmitter. */

@@ -14,7 +14,7 @@ namespace vomo {
 // its way; without it these stay empty.
 struct PreparedSignal {
   // The waveform to work on: the caller's own, or the one that `made` owns.
-  const VomoWaveform *waveform = nullptr;
+  VomoWaveform *waveform = nullptr;
   Received<VomoWaveform> made;
   Received<VomoCrossoverData> crossovers;
   Received<VomoCrossoverData> clock;
