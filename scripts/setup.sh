@@ -7,7 +7,7 @@ packages=(
   g++ clang cmake ninja-build make git pkg-config
   libfftw3-dev
   libgtest-dev libbenchmark-dev
-  libcli11-dev nlohmann-json3-dev libfmt-dev nettle-dev
+  libcli11-dev nlohmann-json3-dev libfmt-dev nettle-dev libcairo2-dev fonts-dejavu-core
   clang-format clang-tidy libclang-rt-14-dev
 )
 

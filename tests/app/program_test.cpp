@@ -13,6 +13,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <thread>
@@ -27,6 +28,7 @@ using Json = nlohmann::json;
 
 using Synth = Program;
 using Measure = Program;
+using Eye = Program;
 
 TEST_F(Synth, WritesTheCaptureAndItsTruth) {
   MakeCapture("a.txt", {"--sj-amplitude", "3e-12", "--sj-frequency", "2e7", "--seed", "7"});
@@ -234,6 +236,71 @@ TEST_F(Measure, PatternCheckIsALimit) {
     EXPECT_EQ(outcome.exit_code, exit_code) << outcome.out << outcome.err;
     EXPECT_NE(outcome.out.find("Pattern check"), std::string::npos) << outcome.out;
   }
+}
+
+// The four bytes of a PNG's number, most significant first.
+uint32_t BigEndian(const std::string &bytes, size_t at) {
+  uint32_t value = 0;
+  for (size_t i = 0; i < 4; ++i) value = value << 8 | static_cast<uint8_t>(bytes.at(at + i));
+  return value;
+}
+
+TEST_F(Eye, PictureAndCountsOfAKnownCapture) {
+  MakeCapture("a.txt", {"--edge-time", "25e-12"});
+  std::vector<std::string> arguments = {"eye",    Path("a.txt"), "--rate", "8e9",
+                                        "--spui", "10",          "--png",  Path("a.png"),
+                                        "--csv",  Path("a.csv")};
+  const Outcome outcome = Run(arguments);
+  ASSERT_EQ(outcome.exit_code, 0) << outcome.err;
+  const std::string png = Contents(Path("a.png"));
+  EXPECT_EQ(png.substr(0, 8), "\x89PNG\r\n\x1a\n");
+  EXPECT_EQ(BigEndian(png, 16), 1220u);
+  EXPECT_EQ(BigEndian(png, 20), 720u);
+  EXPECT_EQ(png.substr(png.size() - 8, 4), "IEND");
+
+  std::ifstream file(Path("a.csv"));
+  std::map<std::string, double> head;
+  std::vector<std::vector<uint64_t>> rows;
+  for (std::string line; std::getline(file, line);) {
+    if (line[0] == '#') {
+      head[line.substr(2, line.find(',') - 2)] = std::stod(line.substr(line.find(',') + 1));
+      continue;
+    }
+    std::stringstream cells(line);
+    rows.emplace_back();
+    for (std::string cell; std::getline(cells, cell, ',');)
+      rows.back().push_back(std::stoull(cell));
+  }
+  ASSERT_EQ(rows.size(), 256u);
+  // All bits but those that the capture's ends cut, the longest run of the pattern among them.
+  EXPECT_GT(head["bits"], 29980);
+  EXPECT_LE(head["bits"], 30000);
+  EXPECT_NEAR(head["x step (s)"] * 256, 125e-12, 1e-15);
+  const auto row_of = [&](double v) {
+    return static_cast<size_t>((v - head["y origin (V)"]) / head["y step (V)"]);
+  };
+  for (size_t column = 0; column < 512; ++column) {
+    uint64_t sum = 0;
+    for (const auto &row : rows) sum += row.at(column);
+    ASSERT_EQ(static_cast<double>(sum), head["bits"] * head["weight of one bit in a column"]);
+  }
+  // Bits stand at 0.4 V or -0.4 V in their middle, half of them each, and nothing lies between.
+  const double full = head["bits"] * head["weight of one bit in a column"];
+  EXPECT_NEAR(static_cast<double>(rows[row_of(0.4)][256]) / full, 0.5, 0.01);
+  EXPECT_NEAR(static_cast<double>(rows[row_of(-0.4)][256]) / full, 0.5, 0.01);
+  EXPECT_EQ(rows[row_of(0)][256], 0u);
+  // Edges cross 0 V at 0 and 1 UI: 1 ps of jitter is 2 columns.
+  EXPECT_GT(rows[row_of(0)][128], 0u);
+  EXPECT_GT(rows[row_of(0)][384], 0u);
+
+  // Eyes that can't be drawn leave no file behind.
+  fs::remove(Path("a.png"));
+  fs::remove(Path("a.csv"));
+  arguments.insert(arguments.end(), {"--max-samples", "2000"});
+  EXPECT_EQ(Run(arguments).exit_code, 4);
+  arguments.insert(arguments.end(), {"--bits", "some"});
+  EXPECT_EQ(Run(arguments).exit_code, 2);
+  EXPECT_EQ(FilesLeft(), (std::vector<std::string>{"a.txt", "a.txt.truth.json"}));
 }
 
 TEST_F(Measure, InterruptedLeavesNoResult) {

@@ -1,0 +1,85 @@
+// A capture or a pair from the command line, and one run of the general flow on it.
+#ifndef VOMO_APP_MEASUREMENT_H
+#define VOMO_APP_MEASUREMENT_H
+
+#include <vomo.h>
+
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "capture_reader.h"
+#include "terminal.h"
+
+namespace CLI {
+class App;
+}
+
+namespace app {
+
+struct CaptureOptions {
+  std::vector<std::string> paths;  // one, or the positive and the negative half
+  CaptureRequest reading;
+  bool combined = false;
+  std::optional<double> samples_per_ui;
+};
+void AddCaptureOptions(CLI::App *command, CaptureOptions *options);
+
+// Throws Failure for what can't be read and for halves that don't match.
+std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoComplianceParams &params,
+                                  StageTimes &times);
+
+// Throws Failure for settings that this version can't carry out.
+void CheckSupported(const VomoComplianceParams &params);
+
+// A capture as messages name it.
+std::string NameOf(const Capture &capture);
+
+// Of the halves of a pair; says so when they can't be the two halves of one signal.
+std::optional<double> CorrelationOf(const std::vector<Capture> &captures);
+
+// The least and the greatest voltage of the signal as measured.
+std::pair<float, float> VoltageRange(const std::vector<Capture> &captures);
+
+// The results record with what the library wants to find in it before the run.
+struct ResultsRecord {
+  explicit ResultsRecord(const VomoComplianceParams &params) {
+    gen3.psPatternDDj = &pattern;
+    if (params.psGen3BaseCompParameters != nullptr) results.psGen3Results = &gen3;
+  }
+  ResultsRecord(const ResultsRecord &) = delete;
+  ResultsRecord &operator=(const ResultsRecord &) = delete;
+
+  VomoPatternDDjResult pattern = {};
+  VomoGen3Results gen3 = {};
+  VomoComplianceResults results = {};
+};
+
+// The filtered jitter of a run, seconds, one value for each clock edge.
+class JitterSequence {
+ public:
+  JitterSequence() = default;
+  JitterSequence(const JitterSequence &) = delete;
+  JitterSequence &operator=(const JitterSequence &) = delete;
+  ~JitterSequence() { Vomo_HANDLE_FREE(handle_); }
+  std::span<const double> values() const { return {values_, count_}; }
+  double **pointer() { return &values_; }
+  uint32_t *count_out() { return &count_; }
+  VomoHandle *handle_out() { return &handle_; }
+
+ private:
+  double *values_ = nullptr;
+  uint32_t count_ = 0;
+  VomoHandle handle_ = 0;
+};
+
+// Runs the general flow; jitter may be NULL. Throws Failure when it fails, and warns on the
+// standard error output of what makes its results doubtful.
+void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &params,
+             VomoComplianceResults *results, JitterSequence *jitter, StageTimes &times);
+
+}  // namespace app
+
+#endif

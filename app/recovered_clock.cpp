@@ -1,0 +1,67 @@
+#include "recovered_clock.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace app {
+namespace {
+
+constexpr float kThresholdV = 0.001f;
+constexpr double kFewestSettlingSamples = 3, kMostSettlingSamples = 4294967295.0;
+
+// A list of edges and its block.
+struct EdgeList {
+  EdgeList() = default;
+  EdgeList(const EdgeList &) = delete;
+  EdgeList &operator=(const EdgeList &) = delete;
+  ~EdgeList() { Vomo_HANDLE_FREE(handle); }
+  VomoCrossoverData *edges = nullptr;
+  VomoHandle handle = 0;
+};
+
+void Require(VomoStatus status, const char *step) {
+  if (!Vomo_STATUS_IS_ERROR(status)) return;
+  throw StatusFailure(ExitCode::kNotMeasurable, status, step, "the signal",
+                      "vomo measure tells more");
+}
+
+}  // namespace
+
+Signal::Signal(const std::vector<Capture> &captures) : waveform_(*captures[0].waveform()) {
+  if (captures.size() < 2) return;
+  const float *a = waveform_.pfSamples, *b = captures[1].waveform()->pfSamples;
+  difference_.resize(waveform_.ulNumSamples);
+  std::transform(a, a + difference_.size(), b, difference_.begin(), std::minus<float>());
+  waveform_.pfSamples = difference_.data();
+  waveform_.ulTrimFront = waveform_.ulTrimBack = 0;
+}
+
+RecoveredClock RecoverClock(const Signal &signal, const VomoComplianceParams &params,
+                            std::span<const double> jitter) {
+  const VomoWaveform &waveform = signal.waveform();
+  const double settling = std::clamp(std::ceil(params.dSettlingTime / waveform.dSampleInterval),
+                                     kFewestSettlingSamples, kMostSettlingSamples);
+  EdgeList crossovers, clock;
+  double smallest_s = 0;
+  Require(Vomo_FIND_CROSSOVERS_EX(
+              &waveform, kThresholdV, static_cast<uint32_t>(settling), 0, waveform.ulNumSamples - 1,
+              params.dTargetUI, params.eCrossoverTypes & ~uint32_t{CROSSOVER_2PART},
+              &crossovers.edges, &crossovers.handle, nullptr, nullptr, &smallest_s),
+          "finding the edges of");
+  const uint32_t count = crossovers.edges->ulCount;
+  Require(Vomo_CONVERT_CROSSOVER_TO_CLOCK(crossovers.edges, 0, count > 0 ? count - 1 : 0,
+                                          params.dTargetUI, nullptr, &clock.edges, &clock.handle),
+          "making a clock of");
+  RecoveredClock result;
+  result.edges_s.assign(clock.edges->pdTimes, clock.edges->pdTimes + clock.edges->ulCount);
+  if (jitter.size() != result.edges_s.size()) {
+    throw Failure(ExitCode::kNotMeasurable, "the clock and its jitter are not equally long");
+  }
+  result.positions.resize(result.edges_s.size());
+  std::transform(
+      result.edges_s.begin(), result.edges_s.end(), jitter.begin(), result.positions.begin(),
+      [&](double edge_s, double off_s) { return (edge_s - off_s) / waveform.dSampleInterval; });
+  return result;
+}
+
+}  // namespace app
