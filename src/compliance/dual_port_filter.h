@@ -29,9 +29,9 @@ struct TrialJitter {
 
 // Passes the clock's jitter through the filter (as it is where the clock's crossovers serve as the
 // clock) and takes it off the data's intervals at three alignments: the data ahead by
-// ulClockDataOffsetUI, aligned, the clock ahead. psResults and jitter receive the worst of the three
-// by Tj; with no Tj above 0 the results come out empty. Each trial that beats the ones before it here
-// publishes its curves.
+// ulClockDataOffsetUI, aligned, the clock ahead. psResults and jitter receive the worst of the
+// three by Tj; with no Tj above 0 the results come out empty. Each trial that beats the ones before
+// it here publishes its curves.
 VomoStatus Vomo_AnalyseDualPortFilter(const DualPortInput &input, const VomoFilterParams &filter,
                                       const VomoComplianceParams &parameters,
                                       const VomoDualPortParams &dual_port,
