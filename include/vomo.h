@@ -2029,6 +2029,82 @@ VOMO_API int32_t Modify_Dj_FOver2_Inplace_OnlyCrsOvrs(double *pdTimes,
                                                       uint16_t usRunLength,
                                                       float fDj) VOMO_NOEXCEPT;
 
+/* Finds the repeating pattern in the run lengths of crossovers. A repeat has an even number of runs
+ * and no more than half of the list; the smallest such period wins. Every whole repeat must equal
+ * the first one run for run; of an incomplete one at the end only the longest run is compared.
+ *
+ * pusRunLengths, ulCount: UIs from each crossover to the next, at least 3 values. Runs of one
+ *   length throughout are a plain clock: two runs in a repeat.
+ * pulRepeats, pulLengthUI, pulLengthRuns: whole repeats in the list, and unit intervals and runs in
+ *   one. All are cleared first.
+ * Returns 0, also with pulRepeats 0 when the longest runs alone rule out two repeats; 1 for bad
+ * arguments, for a run of 0, and when nothing repeats. */
+VOMO_API int32_t FindRepeatPatternLength(const uint16_t *pusRunLengths, uint32_t ulCount,
+                                         uint32_t *pulRepeats, uint32_t *pulLengthUI,
+                                         uint32_t *pulLengthRuns) VOMO_NOEXCEPT;
+
+/* FindRepeatPatternLength into ulPatternRepeats, ulPatternLengthUI and ulPatternRuns of
+ * psGen3Results. A pattern of an odd number of UI has half as many repeats of twice the length, so
+ * that even and odd bits stay apart. COMPUTATION_ERROR with a reason when no pattern was found; the
+ * three fields are then 0. */
+VOMO_API VomoStatus VomoFIND_REPEAT_PATTERN_LENGTH(const uint16_t *pusRunLengths, uint32_t ulCount,
+                                                   VomoGen3Results *psGen3Results) VOMO_NOEXCEPT;
+
+/* Data-dependent jitter of a repeating pattern. The unit interval is the slope of a straight line
+ * through all crossovers over their bit positions; the deviation of each spacing from its number of
+ * unit intervals is averaged over the repeats, and the running sum of these means, with the sign
+ * turned, is what to add to each crossover so that it lies on an even grid.
+ *
+ * pdTimes, pusRunLengths: crossover times, seconds, and UIs behind each, used from element ulOffset
+ *   on, ulCount of them (at least 2). pusRunLengths may be NULL with usRunLength 1: every crossover
+ *   is then followed by one bit. Otherwise all runs together must have 8 UI or more for each of
+ *   ulPatternRuns.
+ * ulPatternRuns: runs in a repeat: even, at least 2, at most ulCount. If it equals ulCount, a time
+ *   behind the last one is read and must be there.
+ * Optional outputs: pulRepeats: repeats averaged; of several that fill the list to its end the last
+ *   one is left out, as nothing ends it. pfMinMean, pfMaxMean: extremes of the mean deviations,
+ *   pdMeanSum: their sum. pfPeakPeak: the jitter, largest less smallest correction. Seconds.
+ * pdCorrections: optional, in and out: ulPatternRuns zeros, to which the deviations are added.
+ *   Receives for position i the correction of the crossover that ends it, seconds.
+ * Returns 0, or 1 for bad arguments, when memory is short, and for crossovers that have no
+ * extent. */
+VOMO_API int32_t Meas_Tx_PattDDj_Unfiltered(const double *pdTimes, const uint16_t *pusRunLengths,
+                                            uint32_t ulOffset, uint32_t ulCount,
+                                            uint16_t usRunLength, uint32_t ulPatternRuns,
+                                            uint32_t *pulRepeats, float *pfMinMean,
+                                            float *pfMaxMean, double *pdMeanSum, float *pfPeakPeak,
+                                            double *pdCorrections) VOMO_NOEXCEPT;
+
+/* Adds the corrections of Meas_Tx_PattDDj_Unfiltered to the ulCount crossovers behind the one at
+ * ulOffset, so ulCount + 1 times are needed. Crossovers behind the last whole repeat are corrected
+ * as long as their run lengths are those of the list's beginning, or not at all without run
+ * lengths. ulCount: at least 2. ulPatternRuns: even, 2 to ulCount.
+ * Returns 0, or 1 for bad arguments. */
+VOMO_API int32_t Modify_PattDDj_Inplace(double *pdTimes, const uint16_t *pusRunLengths,
+                                        uint32_t ulOffset, uint32_t ulCount, uint32_t ulPatternRuns,
+                                        const double *pdCorrections) VOMO_NOEXCEPT;
+
+/* Measures pattern DDj between the crossovers ulFirst and ulLast and takes it out of their times,
+ * in place; the times stay as they are where the mean run is below 1.5 UI, as in a clock.
+ *
+ * psClock: the crossovers. pusRunLengths: UIs from each of them to the next.
+ * psGen3Results: ulPatternRuns is read (even, at least 2); through psPatternDDj the jitter is
+ *   delivered, peak to peak, and the number of repeats that it was averaged over.
+ * PARAM_NOT_VALID for a NULL, an ulLast outside the list or not above ulFirst, and a bad
+ * ulPatternRuns; PARAM_OUT_OF_RANGE when ulLast - ulFirst is below 2 or below ulPatternRuns;
+ * COMPUTATION_ERROR when Meas_Tx_PattDDj_Unfiltered refuses. */
+VOMO_API VomoStatus VomoREMOVE_REPEAT_PATTERN_DDj(VomoCrossoverData *psClock, uint32_t ulFirst,
+                                                  uint32_t ulLast, const uint16_t *pusRunLengths,
+                                                  VomoGen3Results *psGen3Results) VOMO_NOEXCEPT;
+
+/* Placeholder of a measurement behind a high pass: tests its arguments and delivers 0.
+ * ulCount: at least 2. dUI: at least 20 ps. fCornerHz: at least 20 kHz. ulFFTSize: any.
+ * Returns 0, or 1 for bad arguments. */
+VOMO_API int32_t Meas_Tx_PattDDj_FilterWithHighPass(const double *pdTimes,
+                                                    const uint16_t *pusRunLengths, uint32_t ulCount,
+                                                    uint32_t ulFFTSize, double dUI, float fCornerHz,
+                                                    uint32_t *pulResult) VOMO_NOEXCEPT;
+
 /* ============================== Low-frequency signalling ==================================== */
 
 /* Settings of the burst test, and the four fields called written. */
