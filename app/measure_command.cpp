@@ -11,8 +11,8 @@
 #include "capture_reader.h"
 #include "commands.h"
 #include "engineering.h"
+#include "json_output.h"
 #include "measurement.h"
-#include "output_file.h"
 #include "reading_options.h"
 #include "result_json.h"
 #include "result_rows.h"
@@ -48,31 +48,6 @@ void PrintTable(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
   fmt::print("{}", FormatRows(rows, outcome.params.dTargetUI, WantsColour(STDOUT_FILENO)));
   std::fflush(stdout);
 }
-
-// Opened before the work begins, so that a name that can't be written to costs no run.
-class JsonOutput {
- public:
-  explicit JsonOutput(const std::string &path) : path_(path) {
-    if (!path.empty() && !OnStandardOutput()) file_.emplace(path);
-  }
-  bool wanted() const { return !path_.empty(); }
-  bool OnStandardOutput() const { return path_ == "-"; }
-
-  void Write(const Json &json) {
-    const ProgressLine progress("writing " + path_);
-    const std::string text = json.dump(1) + "\n";
-    if (!file_) {
-      std::fwrite(text.data(), 1, text.size(), stdout);
-      return;
-    }
-    file_->Write(text);
-    file_->Commit();
-  }
-
- private:
-  std::string path_;
-  std::optional<OutputFile> file_;
-};
 
 ExitCode RunMeasure(const MeasureOptions &options) {
   if (options.captures.combined && options.captures.paths.size() > 1) {

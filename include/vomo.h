@@ -1766,6 +1766,14 @@ typedef struct VomoDualPortClockResults {
   double dUnitInterval;
 } VomoDualPortClockResults;
 
+/* One trial of such a run: the clock behind one filter against the data at one alignment. */
+typedef struct VomoDualPortTrial {
+  /* Filter of the list; by how many UI the data was ahead, negative where the clock was. */
+  int32_t iPLLFilterIndex, iClockDataOffsetUI;
+  /* Jitter, seconds. */
+  double dTjPeakPeak, dDjDeltaDelta, dRjRMS;
+} VomoDualPortTrial;
+
 /* Measures one captured signal: prepares it, finds its edges, makes the clock, turns that into a
  * sequence of time interval errors (one for each clock edge), separates Rj, Dj and Tj, and measures
  * the eye, or in a Gen3 run pattern and voltages. It judges nothing: limits are the caller's to
@@ -1908,6 +1916,17 @@ VOMO_API VomoStatus Vomo_DUAL_PORT_COMPLIANCE_NO_EYE(
     VomoComplianceParams sParameters, VomoDualPortParams sDualPort,
     VomoComplianceResults *psResults, VomoDualPortClockResults *psClockResults,
     void *pvPassThrough) VOMO_NOEXCEPT;
+
+/* Vomo_DUAL_PORT_COMPLIANCE_NO_EYE that also tells what each trial came to. psTrials: room for
+ * ulTrialCapacity trials; three for each filter are made, filter by filter, in the order data
+ * ahead, aligned, clock ahead, and what finds no room is not told. pulTrialCount: how many were
+ * written, on a failure those made before it. PARAM_NOT_VALID for NULL as either, before anything
+ * is done. */
+VOMO_API VomoStatus Vomo_DUAL_PORT_COMPLIANCE_TRIALS(
+    VomoWaveform *psWaveform, VomoWaveform *psClockWaveform, VomoWaveform *psComplement,
+    VomoComplianceParams sParameters, VomoDualPortParams sDualPort,
+    VomoComplianceResults *psResults, VomoDualPortClockResults *psClockResults,
+    VomoDualPortTrial *psTrials, uint32_t ulTrialCapacity, uint32_t *pulTrialCount) VOMO_NOEXCEPT;
 
 /* ============================== Transmitter measurements ==================================== */
 

@@ -67,11 +67,13 @@ bool Align(VomoWaveform &data, VomoWaveform &clock, double given_interval_s) {
 class DualPortRun {
  public:
   DualPortRun(const VomoComplianceParams &parameters, const VomoDualPortParams &dual_port,
-              VomoComplianceResults &results, VomoDualPortClockResults &clock_results)
+              VomoComplianceResults &results, VomoDualPortClockResults &clock_results,
+              TrialLog &log)
       : parameters_(parameters),
         dual_port_(dual_port),
         results_(results),
-        clock_results_(clock_results) {}
+        clock_results_(clock_results),
+        log_(log) {}
 
   VomoStatus Run(VomoWaveform &waveform, VomoWaveform &clock, VomoWaveform *complement,
                  const EyeOutputs &eye, const JitterOutputs &jitter);
@@ -92,6 +94,7 @@ class DualPortRun {
   const VomoDualPortParams &dual_port_;
   VomoComplianceResults &results_;
   VomoDualPortClockResults &clock_results_;
+  TrialLog &log_;
   double data_unit_interval_s_ = 0.0;
   uint32_t settling_count_ = 0;
   PreparedSignal data_;
@@ -261,8 +264,10 @@ VomoStatus DualPortRun::TryFilters() {
   for (int32_t i = 0; i < dual_port_.iPLLFilterCount; ++i) {
     VomoComplianceResults trial{};
     TrialJitter jitter;
-    const VomoStatus status = Vomo_AnalyseDualPortFilter(input_, dual_port_.psPLLFilterParams[i],
-                                                         parameters_, dual_port_, &trial, jitter);
+    const uint32_t noted = log_.count;
+    const VomoStatus status = Vomo_AnalyseDualPortFilter(
+        input_, dual_port_.psPLLFilterParams[i], parameters_, dual_port_, &trial, jitter, log_);
+    for (uint32_t k = noted; k < log_.count; ++k) log_.trials[k].iPLLFilterIndex = i;
     if (Vomo_STATUS_IS_ERROR(status)) return status;
     if (!(trial.dTjPeakPeak > best_.dTjPeakPeak)) continue;
     best_ = trial;
@@ -286,6 +291,27 @@ void DualPortRun::CarryOver() {
   results_ = best_;
 }
 
+struct DualPortRecords {
+  VomoWaveform *waveform, *clock, *complement;
+  const VomoComplianceParams &parameters;
+  const VomoDualPortParams &dual_port;
+  VomoComplianceResults *results;
+  VomoDualPortClockResults *clock_results;
+};
+
+VomoStatus RunDualPort(const DualPortRecords &records, const EyeOutputs &eye,
+                       const JitterOutputs &jitter, TrialLog &log) noexcept {
+  if (records.waveform == nullptr || records.clock == nullptr || records.results == nullptr ||
+      records.clock_results == nullptr || !jitter.AreComplete()) {
+    return Vomo_STATUS_PARAM_NOT_VALID;
+  }
+  return Guarded([&] {
+    DualPortRun run(records.parameters, records.dual_port, *records.results, *records.clock_results,
+                    log);
+    return run.Run(*records.waveform, *records.clock, records.complement, eye, jitter);
+  });
+}
+
 }  // namespace
 }  // namespace vomo
 
@@ -296,17 +322,12 @@ extern "C" VomoStatus Vomo_DUAL_PORT_COMPLIANCE(
     uint8_t **ppbyPointStatus, VomoTemplate *psPlots, VomoTemplate *psTransPlots,
     VomoHistogramData *psHistogramData, VomoHandle *pHandle, uint32_t *pulJitterCount,
     double **ppdJitter, VomoHandle *phJitter) noexcept {
-  const vomo::JitterOutputs jitter{pulJitterCount, ppdJitter, phJitter};
-  if (psWaveform == nullptr || psClockWaveform == nullptr || psResults == nullptr ||
-      psClockResults == nullptr || !jitter.AreComplete()) {
-    return Vomo_STATUS_PARAM_NOT_VALID;
-  }
-  return vomo::Guarded([&] {
-    vomo::DualPortRun run(sParameters, sDualPort, *psResults, *psClockResults);
-    return run.Run(
-        *psWaveform, *psClockWaveform, psComplement,
-        {pvPassThrough, ppbyPointStatus, psPlots, psTransPlots, psHistogramData, pHandle}, jitter);
-  });
+  vomo::TrialLog log;
+  return vomo::RunDualPort(
+      {psWaveform, psClockWaveform, psComplement, sParameters, sDualPort, psResults,
+       psClockResults},
+      {pvPassThrough, ppbyPointStatus, psPlots, psTransPlots, psHistogramData, pHandle},
+      {pulJitterCount, ppdJitter, phJitter}, log);
 }
 
 extern "C" VomoStatus Vomo_DUAL_PORT_COMPLIANCE_NO_EYE(
@@ -317,4 +338,18 @@ extern "C" VomoStatus Vomo_DUAL_PORT_COMPLIANCE_NO_EYE(
   return Vomo_DUAL_PORT_COMPLIANCE(psWaveform, psClockWaveform, psComplement, sParameters,
                                    sDualPort, psResults, psClockResults, pvPassThrough, nullptr,
                                    nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+}
+
+extern "C" VomoStatus Vomo_DUAL_PORT_COMPLIANCE_TRIALS(
+    VomoWaveform *psWaveform, VomoWaveform *psClockWaveform, VomoWaveform *psComplement,
+    VomoComplianceParams sParameters, VomoDualPortParams sDualPort,
+    VomoComplianceResults *psResults, VomoDualPortClockResults *psClockResults,
+    VomoDualPortTrial *psTrials, uint32_t ulTrialCapacity, uint32_t *pulTrialCount) noexcept {
+  if (psTrials == nullptr || pulTrialCount == nullptr) return Vomo_STATUS_PARAM_NOT_VALID;
+  vomo::TrialLog log{psTrials, ulTrialCapacity};
+  const VomoStatus status = vomo::RunDualPort({psWaveform, psClockWaveform, psComplement,
+                                               sParameters, sDualPort, psResults, psClockResults},
+                                              {}, {}, log);
+  *pulTrialCount = log.count;
+  return status;
 }

@@ -69,7 +69,7 @@ class FilterTrials {
     trial_.dUnitInterval = input.clock_unit_interval_s;
   }
 
-  VomoStatus Run(const Alignment &alignment, TrialJitter &jitter) {
+  VomoStatus Run(const Alignment &alignment, TrialJitter &jitter, TrialLog &log) {
     Received<double> sums;
     uint32_t last = 0;
     VomoStatus status = Accumulate(alignment, sums, last);
@@ -79,6 +79,7 @@ class FilterTrials {
         sums.get(), last + 1, parameters_, &trial_, &trial_jitter.count,
         trial_jitter.values.pointer(), trial_jitter.values.handle_out());
     if (Vomo_STATUS_IS_ERROR(status)) return status;
+    log.Note({0, alignment.offset, trial_.dTjPeakPeak, trial_.dDjDeltaDelta, trial_.dRjRMS});
     if (trial_.dTjPeakPeak > best_.dTjPeakPeak) Keep(alignment, trial_jitter, jitter);
     return sums.Free();
   }
@@ -136,7 +137,8 @@ class FilterTrials {
 VomoStatus Vomo_AnalyseDualPortFilter(const DualPortInput &input, const VomoFilterParams &filter,
                                       const VomoComplianceParams &parameters,
                                       const VomoDualPortParams &dual_port,
-                                      VomoComplianceResults *psResults, TrialJitter &jitter) {
+                                      VomoComplianceResults *psResults, TrialJitter &jitter,
+                                      TrialLog &log) {
   Scratch<double> clock_intervals;
   VomoStatus status =
       ClockIntervals(input, filter, dual_port.iUseClockCrossovers != 0, clock_intervals);
@@ -146,7 +148,7 @@ VomoStatus Vomo_AnalyseDualPortFilter(const DualPortInput &input, const VomoFilt
   FilterTrials trials(input, parameters, dual_port, clock_intervals);
   for (const Alignment &alignment : {Alignment{shift, 0, ahead, true}, Alignment{0, 0, 0, false},
                                      Alignment{0, shift, behind, false}}) {
-    status = trials.Run(alignment, jitter);
+    status = trials.Run(alignment, jitter, log);
     if (Vomo_STATUS_IS_ERROR(status)) return status;
   }
   *psResults = trials.best();

@@ -27,15 +27,26 @@ struct TrialJitter {
   uint32_t count = 0;
 };
 
+// Where a run notes each of its trials; nothing is noted without room.
+struct TrialLog {
+  VomoDualPortTrial *trials = nullptr;
+  uint32_t capacity = 0, count = 0;
+
+  void Note(const VomoDualPortTrial &trial) {
+    if (count < capacity) trials[count++] = trial;
+  }
+};
+
 // Passes the clock's jitter through the filter (as it is where the clock's crossovers serve as the
 // clock) and takes it off the data's intervals at three alignments: the data ahead by
 // ulClockDataOffsetUI, aligned, the clock ahead. psResults and jitter receive the worst of the
 // three by Tj; with no Tj above 0 the results come out empty. Each trial that beats the ones before
-// it here publishes its curves.
+// it here publishes its curves, and all three are noted in the log, their filter's index left 0.
 VomoStatus Vomo_AnalyseDualPortFilter(const DualPortInput &input, const VomoFilterParams &filter,
                                       const VomoComplianceParams &parameters,
                                       const VomoDualPortParams &dual_port,
-                                      VomoComplianceResults *psResults, TrialJitter &jitter);
+                                      VomoComplianceResults *psResults, TrialJitter &jitter,
+                                      TrialLog &log);
 
 }  // namespace vomo
 

@@ -115,6 +115,40 @@ TEST_F(DualPort, WorstFilterOfTheList) {
   EXPECT_EQ(before.ulTrimFront + before.ulTrimBack, 0u);
 }
 
+TEST_F(DualPort, TellsEachTrial) {
+  Capture data(kBitRate, 10e-6, 20e-12, 5e6, 0.3e-12, 1);
+  Capture clock(1 / kClockInterval, 10e-6, 20e-12, 5e6, 0, 2);
+  const VomoFilterParams filters[] = {{50e6, 0.707, 0, 0}, {50e3, 0.707, 0, 0}};
+  dual_.psPLLFilterParams = filters;
+  dual_.iPLLFilterCount = 2;
+  dual_.ulClockDataOffsetUI = 40;
+  VomoDualPortTrial trials[7] = {};
+  uint32_t count = 0;
+  const auto run = [&](uint32_t room) {
+    return Vomo_DUAL_PORT_COMPLIANCE_TRIALS(&data.waveform, &clock.waveform, nullptr, parameters_,
+                                            dual_, &results_, &clock_results_, trials, room,
+                                            &count);
+  };
+  ASSERT_EQ(run(7), 0u);
+  ASSERT_EQ(count, 6u);
+  const VomoDualPortTrial *worst = &trials[0];
+  for (uint32_t i = 0; i < count; ++i) {
+    EXPECT_EQ(trials[i].iPLLFilterIndex, static_cast<int32_t>(i / 3));
+    EXPECT_EQ(trials[i].iClockDataOffsetUI, 40 - 40 * static_cast<int32_t>(i % 3));
+    if (trials[i].dTjPeakPeak > worst->dTjPeakPeak) worst = &trials[i];
+  }
+  // The clock's list begins 39 unit intervals later than the data's, so that the clock ahead by 40
+  // fits best.
+  EXPECT_GT(trials[0].dTjPeakPeak, trials[1].dTjPeakPeak);
+  EXPECT_GT(trials[1].dTjPeakPeak, trials[2].dTjPeakPeak);
+  EXPECT_EQ(worst->iPLLFilterIndex, results_.iPLLFilterIndex);
+  EXPECT_EQ(worst->iClockDataOffsetUI, results_.iClockDataOffsetUI);
+  EXPECT_EQ(worst->dTjPeakPeak, results_.dTjPeakPeak);
+  EXPECT_EQ(worst->dRjRMS, results_.dRjRMS);
+  ASSERT_EQ(run(2), 0u);
+  EXPECT_EQ(count, 2u);
+}
+
 TEST_F(DualPort, AlignsCapturesAndRestoresTheClock) {
   Capture data(kBitRate, 10e-6, 0, 1e6, 0.5e-12, 1);
   Capture clock(1 / kClockInterval, 12e-6, 0, 1e6, 0, 2);
