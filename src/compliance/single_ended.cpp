@@ -36,8 +36,7 @@ VomoStatus Split(float *samples, float *negative, uint64_t total) {
   const auto length = static_cast<int32_t>(total);
   int32_t status = VecScaleInPlace_32f(0.5f, samples, length);
   if (status == 0) status = VecScale_32f(samples, -1.0f, negative, length);
-  return status == 0 ? Vomo_STATUS_SUCCESS
-                     : PrimitiveFailure(status, Vomo_STATUS_COMPUTATION_ERROR);
+  return Computed(status);
 }
 
 VomoStatus SplitInPlace(const VomoWaveform &waveform, VomoWaveform **negative,

@@ -16,6 +16,12 @@ void Vomo_Set_Error_Context(const char *pcText);
 // Stores the text of a primitive's status number as error context and returns the given word.
 VomoStatus PrimitiveFailure(int32_t iPrimitiveStatus, VomoStatus word);
 
+// Success, or COMPUTATION_ERROR with the text of a primitive's status number.
+inline VomoStatus Computed(int32_t iPrimitiveStatus) {
+  return iPrimitiveStatus == 0 ? Vomo_STATUS_SUCCESS
+                               : PrimitiveFailure(iPrimitiveStatus, Vomo_STATUS_COMPUTATION_ERROR);
+}
+
 }  // namespace vomo
 
 #endif

@@ -32,12 +32,6 @@ using Port = std::array<Path, 2>;
 constexpr Port kPort2{{{0, 1, false}, {2, 1, true}}};
 constexpr Port kPort4{{{2, 3, true}, {0, 3, false}}};
 
-VomoStatus Computed(int32_t primitive_status) {
-  return primitive_status == kNoError
-             ? Vomo_STATUS_SUCCESS
-             : PrimitiveFailure(primitive_status, Vomo_STATUS_COMPUTATION_ERROR);
-}
-
 // Value at 0 Hz of the straight line through the first points of a curve, by least squares.
 VomoStatus FitAtDc(const double *frequencies_hz, const float *values, float *at_dc) {
   constexpr int32_t kNumber = sizeof(double), kPair = 2 * kNumber, kRows = kFitPoints;

@@ -10,7 +10,6 @@
 #include "core/status.h"
 #include "core/waveform.h"
 #include "primitives/resampler.h"
-#include "primitives/status_text.h"
 
 namespace vomo {
 namespace {
@@ -19,6 +18,7 @@ constexpr int32_t kWaveformTaps = 4;
 constexpr int32_t kSpectrumTaps = 8;
 constexpr uint32_t kMostDoublings = 9;
 constexpr RateRatio kDoubling{1, 2};
+constexpr float kUnscaled = 1.0f;
 
 struct FreeResampler {
   void operator()(ResamplerState *state) const { ResamplerFree(state); }
@@ -31,18 +31,8 @@ VomoStatus Create(RateRatio ratio, int32_t taps, ResamplerOwner &owner) {
   ResamplerState *created = nullptr;
   const int32_t status =
       ResamplerCreate(&created, ratio.in, ratio.out, taps, kRollOff, kAlpha, kAccurate);
-  if (status != kNoError) return PrimitiveFailure(status, Vomo_STATUS_COMPUTATION_ERROR);
   owner.reset(created);
-  return Vomo_STATUS_SUCCESS;
-}
-
-VomoStatus Run(ResamplerState *state, const float *source, uint64_t count, float *out) {
-  double time = 0;
-  int32_t written = 0;
-  const int32_t status =
-      ResamplerRun(state, source, static_cast<int32_t>(count), out, 1.0f, &time, &written);
-  return status == kNoError ? Vomo_STATUS_SUCCESS
-                            : PrimitiveFailure(status, Vomo_STATUS_COMPUTATION_ERROR);
+  return Computed(status);
 }
 
 // Outputs of so many inputs. Throws std::bad_alloc for more than a block could hold.
@@ -63,13 +53,18 @@ uint64_t InputsOf(uint64_t outputs, RateRatio ratio) {
   return last + kWaveformTaps / 2 + 1;
 }
 
-VomoStatus ResampleWaveform(const VomoWaveform &waveform, ResamplerState *state, RateRatio ratio,
-                            float to_nyquist_hz, BlockOf<VomoWaveform> &resampled) {
+VomoStatus ResampleWaveform(const VomoWaveform &waveform, const ResamplerState *state,
+                            RateRatio ratio, float to_nyquist_hz,
+                            BlockOf<VomoWaveform> &resampled) {
   const uint64_t total = StoredSampleCount(waveform);
   const uint64_t count = std::min(total, OutputCount(total, ratio));
   const uint64_t used = std::min(total, InputsOf(count, ratio));
   const Scratch<float> outputs(OutputCount(used, ratio));
-  const VomoStatus status = Run(state, FirstStoredSample(waveform), used, outputs.get());
+  double time = 0;
+  int32_t written = 0;
+  const VomoStatus status =
+      Computed(ResamplerRun(state, FirstStoredSample(waveform), static_cast<int32_t>(used),
+                            outputs.get(), kUnscaled, &time, &written));
   if (Vomo_STATUS_IS_ERROR(status)) return status;
   if (uint64_t{waveform.ulTrimFront} + waveform.ulTrimBack >= count) {
     return Vomo_STATUS_PARAM_OUT_OF_RANGE;
@@ -82,8 +77,8 @@ VomoStatus ResampleWaveform(const VomoWaveform &waveform, ResamplerState *state,
 }
 
 // The steps that lead from one number of points to another.
-struct SpectrumStretch {
-  SpectrumStretch(uint32_t from, uint32_t to) : in_count(from), out_count(to) {
+struct SpectrumSteps {
+  SpectrumSteps(uint32_t from, uint32_t to) {
     uint32_t count = from;
     for (; to > 2 * uint64_t{count} && doublings < kMostDoublings; count *= 2) ++doublings;
     last_ratio = VomoRateRatio(static_cast<float>(count), static_cast<float>(to));
@@ -91,28 +86,28 @@ struct SpectrumStretch {
     room = std::max({written, uint64_t{to}, uint64_t{count}});
   }
 
-  // work: another array of so much room, which may change places with the result.
-  VomoStatus Run(const float *in, ResamplerState *doubler, ResamplerState *last,
-                 Scratch<float> &out, Scratch<float> &work) const {
-    out = Scratch<float>(room);
-    std::copy_n(in, in_count, out.get());
-    uint64_t count = in_count;
-    for (uint32_t k = 0; k <= doublings; ++k, count *= 2) {
-      const VomoStatus status =
-          vomo::Run(k < doublings ? doubler : last, out.get(), count, work.get());
-      if (Vomo_STATUS_IS_ERROR(status)) return status;
-      std::swap(out, work);
-    }
-    // The last ratio is rounded: points that it falls short of repeat the last one.
-    if (written < out_count) std::fill(&out[written], &out[out_count], out[written - 1]);
-    return Vomo_STATUS_SUCCESS;
-  }
-
-  uint32_t in_count, out_count;
   uint32_t doublings = 0;
   RateRatio last_ratio{};
   uint64_t written = 0;  // by the last step
-  uint64_t room = 0;
+  uint64_t room = 0;     // that all of them need
+};
+
+// Real and imaginary parts, which change places with two arrays of equal room at each step.
+struct Curve {
+  explicit Curve(uint64_t room) : re(room), im(room), re_work(room), im_work(room) {}
+
+  VomoStatus Step(const ResamplerState *state, uint64_t count) {
+    double time = 0;
+    int32_t written = 0;
+    const int32_t status =
+        ResamplerRunPair(state, re.get(), im.get(), static_cast<int32_t>(count), re_work.get(),
+                         im_work.get(), kUnscaled, &time, &written);
+    std::swap(re, re_work);
+    std::swap(im, im_work);
+    return Computed(status);
+  }
+
+  Scratch<float> re, im, re_work, im_work;
 };
 
 }  // namespace
@@ -150,16 +145,28 @@ VomoStatus VomoResampleWaveformPair(const VomoWaveform &positive, const VomoWave
 VomoStatus VomoResampleSpectrum(const float *re, const float *im, uint32_t in_count,
                                 uint32_t out_count, Scratch<float> &re_out,
                                 Scratch<float> &im_out) {
-  const SpectrumStretch stretch(in_count, out_count);
+  const SpectrumSteps steps(in_count, out_count);
   ResamplerOwner doubler, last;
   VomoStatus status = Create(kDoubling, kSpectrumTaps, doubler);
   if (Vomo_STATUS_IS_ERROR(status)) return status;
-  status = Create(stretch.last_ratio, kSpectrumTaps, last);
+  status = Create(steps.last_ratio, kSpectrumTaps, last);
   if (Vomo_STATUS_IS_ERROR(status)) return status;
-  Scratch<float> work(stretch.room);
-  status = stretch.Run(re, doubler.get(), last.get(), re_out, work);
-  if (Vomo_STATUS_IS_ERROR(status)) return status;
-  return stretch.Run(im, doubler.get(), last.get(), im_out, work);
+  Curve curve(steps.room);
+  std::copy_n(re, in_count, curve.re.get());
+  std::copy_n(im, in_count, curve.im.get());
+  uint64_t count = in_count;
+  for (uint32_t k = 0; k <= steps.doublings; ++k, count *= 2) {
+    status = curve.Step(k < steps.doublings ? doubler.get() : last.get(), count);
+    if (Vomo_STATUS_IS_ERROR(status)) return status;
+  }
+  // The last ratio is rounded: points that it falls short of repeat the last one.
+  for (Scratch<float> *part : {&curve.re, &curve.im}) {
+    float *const values = part->get();
+    for (uint64_t k = steps.written; k < out_count; ++k) values[k] = values[steps.written - 1];
+  }
+  re_out = std::move(curve.re);
+  im_out = std::move(curve.im);
+  return status;
 }
 
 }  // namespace vomo

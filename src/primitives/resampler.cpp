@@ -190,15 +190,49 @@ struct Input {
   int32_t length;
 };
 
-float Interpolate(const ResamplerState &state, const Input &input, double position, double norm) {
+// Inputs of the same length at the same place share its weights.
+template <std::size_t kInputs>
+void Interpolate(const ResamplerState &state, const std::array<Input, kInputs> &inputs,
+                 double position, double norm, const std::array<float *, kInputs> &outputs) {
   const auto base = static_cast<int64_t>(position);
   const int64_t first = base - state.length / 2 + 1;
-  Pair weighted = {}, total = {};
+  std::array<Pair, kInputs> weighted = {};
+  Pair total = {};
   state.weights.ForEachPair(position - static_cast<double>(base), [&](int32_t pair, Pair weights) {
-    weighted += weights * input[first + 2 * int64_t{pair}];
+    for (std::size_t k = 0; k < kInputs; ++k) {
+      weighted[k] += weights * inputs[k][first + 2 * int64_t{pair}];
+    }
     total += weights;
   });
-  return static_cast<float>(norm * (weighted[0] + weighted[1]) / (total[0] + total[1]));
+  const double sum = total[0] + total[1];
+  for (std::size_t k = 0; k < kInputs; ++k) {
+    *outputs[k] = static_cast<float>(norm * (weighted[k][0] + weighted[k][1]) / sum);
+  }
+}
+
+template <std::size_t kInputs>
+int32_t Run(const ResamplerState *state, const std::array<const float *, kInputs> &sources,
+            int32_t length, const std::array<float *, kInputs> &outputs, float norm, double *time,
+            int32_t *out_length) {
+  if (length <= 0) return kSizeError;
+  if (state == nullptr || time == nullptr || out_length == nullptr) return kNullPtrError;
+  std::array<Input, kInputs> inputs;
+  for (std::size_t k = 0; k < kInputs; ++k) {
+    if (sources[k] == nullptr || outputs[k] == nullptr) return kNullPtrError;
+    inputs[k] = {sources[k], length};
+  }
+  if (!(*time >= 0) || *out_length < 0) return kBadArgError;
+  const int64_t count = CountOutputs(*state, *time, length);
+  if (count > std::numeric_limits<int32_t>::max() - *out_length) return kSizeError;
+  std::array<float *, kInputs> next = outputs;
+  for (float *&output : next) output += *out_length;
+  for (int64_t m = 0; m < count; ++m) {
+    Interpolate(*state, inputs, state->Position(*time, m), double{norm}, next);
+    for (float *&output : next) ++output;
+  }
+  *time = state->Position(*time, count);
+  *out_length += static_cast<int32_t>(count);
+  return kNoError;
 }
 
 }  // namespace
@@ -219,21 +253,13 @@ int32_t ResamplerCreate(ResamplerState **ppState, int32_t iInRate, int32_t iOutR
 
 int32_t ResamplerRun(const ResamplerState *pState, const float *pSrc, int32_t iLen, float *pDst,
                      float fNorm, double *pTime, int32_t *pOutLen) {
-  if (iLen <= 0) return kSizeError;
-  if (pState == nullptr || pSrc == nullptr || pDst == nullptr || pTime == nullptr ||
-      pOutLen == nullptr) {
-    return kNullPtrError;
-  }
-  if (!(*pTime >= 0) || *pOutLen < 0) return kBadArgError;
-  const int64_t count = CountOutputs(*pState, *pTime, iLen);
-  if (count > std::numeric_limits<int32_t>::max() - *pOutLen) return kSizeError;
-  for (int64_t m = 0; m < count; ++m) {
-    const double position = pState->Position(*pTime, m);
-    pDst[*pOutLen + m] = Interpolate(*pState, {pSrc, iLen}, position, double{fNorm});
-  }
-  *pTime = pState->Position(*pTime, count);
-  *pOutLen += static_cast<int32_t>(count);
-  return kNoError;
+  return Run<1>(pState, {pSrc}, iLen, {pDst}, fNorm, pTime, pOutLen);
+}
+
+int32_t ResamplerRunPair(const ResamplerState *pState, const float *pSrcA, const float *pSrcB,
+                         int32_t iLen, float *pDstA, float *pDstB, float fNorm, double *pTime,
+                         int32_t *pOutLen) {
+  return Run<2>(pState, {pSrcA, pSrcB}, iLen, {pDstA, pDstB}, fNorm, pTime, pOutLen);
 }
 
 int32_t ResamplerFree(ResamplerState *pState) {

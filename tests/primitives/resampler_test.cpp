@@ -176,6 +176,35 @@ TEST(Resampler, SecondCallWritesNothing) {
   EXPECT_EQ(time, first_unwritten);
 }
 
+TEST(Resampler, APairGetsWhatEachGetsAlone) {
+  const State state = Create({3, 5, 8});
+  const int32_t length = 40;
+  std::vector<float> a(length), b(length);
+  for (int32_t i = 0; i < length; ++i) {
+    a[static_cast<size_t>(i)] = static_cast<float>(i * i % 11);
+    b[static_cast<size_t>(i)] = static_cast<float>(7 - i * i * i % 13);
+  }
+  const size_t room = 70;
+  std::vector<float> a_alone(room), b_alone(room), a_paired(room), b_paired(room);
+  double time = 0, paired_time = 0, unused_time = 0;
+  int32_t count = 0, paired_count = 0, unused_count = 0;
+  ResamplerRun(state.get(), a.data(), length, a_alone.data(), 0.5f, &time, &count);
+  ResamplerRun(state.get(), b.data(), length, b_alone.data(), 0.5f, &unused_time, &unused_count);
+  ASSERT_EQ(ResamplerRunPair(state.get(), a.data(), b.data(), length, a_paired.data(),
+                             b_paired.data(), 0.5f, &paired_time, &paired_count),
+            0);
+  EXPECT_EQ(a_paired, a_alone);
+  EXPECT_EQ(b_paired, b_alone);
+  EXPECT_EQ(paired_count, count);
+  EXPECT_EQ(paired_time, time);
+  EXPECT_EQ(ResamplerRunPair(state.get(), a.data(), nullptr, length, a_paired.data(),
+                             b_paired.data(), 1, &paired_time, &paired_count),
+            -8);
+  EXPECT_EQ(ResamplerRunPair(state.get(), a.data(), b.data(), length, a_paired.data(), nullptr, 1,
+                             &paired_time, &paired_count),
+            -8);
+}
+
 TEST(Resampler, RefusedDesigns) {
   constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
   const struct {
