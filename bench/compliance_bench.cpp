@@ -9,6 +9,7 @@
 
 #include "captures.h"
 #include "core/handle_table.h"
+#include "peak_memory.h"
 #include "support/run_settings.h"
 
 namespace {
@@ -16,22 +17,6 @@ namespace {
 using vomo_bench::Capture;
 using vomo_bench::WaveformOf;
 using vomo_test::RunSettings;
-
-// Peak resident memory since the last reset, in bytes, as the system counts it.
-double PeakMemory() {
-  std::ifstream status("/proc/self/status");
-  for (std::string word; status >> word;) {
-    if (word != "VmHWM:") continue;
-    double kilobytes = 0;
-    status >> kilobytes;
-    return kilobytes * 1024;
-  }
-  return 0;
-}
-
-void ResetPeakMemory() {
-  std::ofstream("/proc/self/clear_refs") << "5";
-}
 
 void WholeRun(benchmark::State &state) {
   const app::SynthCapture &capture = Capture(static_cast<uint64_t>(state.range(0)));
@@ -41,12 +26,11 @@ void WholeRun(benchmark::State &state) {
     return Vomo_GENERAL_COMPLIANCE_NO_EYE(&waveform, nullptr, RunSettings(), &results, nullptr);
   };
   Vomo_Handle_Free_All();
-  ResetPeakMemory();
-  const double before = PeakMemory();
-  if (run() != 0 || std::fabs(results.dRjRMS / 1.5e-12 - 1) > 0.2) {
+  VomoStatus status = 0;
+  const double taken = vomo_bench::MemoryTakenBy([&] { status = run(); });
+  if (status != 0 || std::fabs(results.dRjRMS / 1.5e-12 - 1) > 0.2) {
     return state.SkipWithError("not measured");
   }
-  const double taken = PeakMemory() - before;
   for (auto _ : state) run();
   state.counters["samples/s"] = benchmark::Counter(
       static_cast<double>(state.range(0) * state.iterations()), benchmark::Counter::kIsRate);

@@ -203,29 +203,13 @@ void Crossovers(benchmark::State &state) {
   SetRate(state);
 }
 
-double PeakMegabytes() {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.rfind("VmHWM:", 0) == 0) return std::atof(line.c_str() + 6) / 1024;
-  }
-  return 0.0;
-}
-
-void ResetPeak() {
-  malloc_trim(0);
-  std::ofstream("/proc/self/clear_refs") << "5";
-}
-
 // Also tells how many crossover searches the stage's time is worth, and what memory it takes beside
 // capture, clock and errors.
 void Stage(benchmark::State &state) {
   Run run(state.range(0));
   Require(run.Stage() == 0, "stage");
   CheckMargins(run);
-  ResetPeak();
-  const double before = PeakMegabytes();
-  run.Stage();
-  state.counters["extra_MB"] = PeakMegabytes() - before;
+  state.counters["extra_MB"] = vomo_bench::MemoryTakenBy([&run] { run.Stage(); }) / 1e6;
   using Clock = std::chrono::steady_clock;
   const auto begin = Clock::now();
   run.Crossovers();
