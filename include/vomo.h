@@ -2006,6 +2006,120 @@ VOMO_API VomoStatus VomoCOMPUTE_TARGET_RUNLENGTH_AVERAGE_VOLTAGE(
     uint32_t ulWindowLast, double dMaxMeanSpread, float *pfHighAverage, float *pfLowAverage,
     uint32_t *pulHighRuns, uint32_t *pulLowRuns) VOMO_NOEXCEPT;
 
+/* Mean voltage inside the runs of the electrical-idle exit pattern: sixteen runs of eight UI.
+ *
+ * A stretch is found where 16 spans take together at least (128 * fUIRatio - fUITolerance) * dUI
+ * and each but the last at least (8 * fUIRatio - fUITolerance) * dUI; nothing limits them upwards.
+ * The search ends before ulLast, so a stretch that ends there is not found. Averaged are in each
+ * run the samples from (usWindowFirst - 1) / 8 to usWindowLast / 8 of the run, both included; the
+ * first of them says the run's polarity: above 0 V is high. A run whose window begins before sample
+ * 0 is left out of a stretch that counts.
+ *
+ * pfSamples to fUITolerance: as for FindTargetRunLen_Then_AverageAmplitudes_wPassFail, but a dUI
+ *   below 2e-11 is refused.
+ * usWindowFirst: 2 to 8, else 3. usWindowLast: below usWindowFirst it becomes that, else above 8 it
+ *   becomes 7.
+ * pfAverages: two floats, low then high; 0.0 without samples of that polarity.
+ * pulFound: optional, number of stretches.
+ * Returns 0, also when nothing was found, or 1 with nothing written for bad arguments. */
+VOMO_API int32_t Meas_VTxDiffPkPk_EIEOS(const float *pfSamples, double dStartTime,
+                                        double dSampleInterval, const double *pdCrossTimes,
+                                        uint32_t ulFirst, uint32_t ulLast, double dUI,
+                                        float fUIRatio, float fUITolerance, uint16_t usWindowFirst,
+                                        uint16_t usWindowLast, float *pfAverages,
+                                        uint32_t *pulFound) VOMO_NOEXCEPT;
+
+/* Meas_VTxDiffPkPk_EIEOS on a waveform and its crossovers ulFirst to ulLast, with an fUIRatio of
+ * 0.99 and an fUITolerance of 0.09. A run whose window begins outside the waveform is left out, one
+ * that ends outside is cut.
+ *
+ * pvPassThrough: not NULL, otherwise not used.
+ * dUI: seconds, at least 2e-11; the sample interval lies from 1e-15 to 0.32 * dUI.
+ * ulWindowFirst, ulWindowLast: window in a run, UI counted from 1: the first below the last, the
+ *   last at most 8. A first of 0 or 1 acts as 3.
+ * pfHighAverage, pfLowAverage: volts. pulFound: stretches found.
+ * PARAM_NOT_VALID for anything outside these ranges, for ulFirst not below ulLast and for ulLast
+ * outside the list; PATTERN_NOT_FOUND, with the outputs written as 0, without a stretch. */
+VOMO_API VomoStatus VomoCOMPUTE_EIEOS_AVERAGE_VOLTAGE(const VomoWaveform *psWaveform,
+                                                      const VomoCrossoverData *psClock,
+                                                      uint32_t ulFirst, uint32_t ulLast,
+                                                      const void *pvPassThrough, double dUI,
+                                                      uint32_t ulWindowFirst, uint32_t ulWindowLast,
+                                                      float *pfHighAverage, float *pfLowAverage,
+                                                      uint32_t *pulFound) VOMO_NOEXCEPT;
+
+/* Ratio of the swing of toggling bits to the swing of long flat runs: what a transmitter's
+ * equalisation and package leave of single bits. The pattern is two flat runs of opposite polarity
+ * in a row, with a stretch of single bits right behind or right before them.
+ *
+ * A flat run takes from (usPS21ShortRun * fUIRatio - fUITolerance) to
+ * (usPS21ShortRunMax * (2 - fUIRatio) + fUITolerance) UI of dUI, a toggling bit at most
+ * 2 * fUITolerance + 2 - fUIRatio, all of them together (usPS21LongRun + 1) * (2 - fUIRatio); the
+ * last of them may be longer. Flat runs are averaged over a window that ends
+ * usPS21ShortRun - usPS21ShortLast nominal UI before the run's end and is as long as so many
+ * measured toggling bits as it has UI. Of a toggling bit counts the peak between its crossovers,
+ * the sample in front of them included. The ratio of a pattern is mean high less mean low peak over
+ * mean high less mean low flat voltage; a pattern where either is not above 0 doesn't count. One
+ * that reaches outside the samples is passed over.
+ *
+ * pfSamples to fUITolerance: as for Meas_VTxDiffPkPk_EIEOS.
+ * eSearchMode: where the toggling is looked for. 0 (and any number above 3): behind, then before.
+ *   1: before, then behind. 2: only behind. 3: only before; after a pair without toggling the
+ *   search goes on usPS21LongRun + 3 crossovers later.
+ * usPS21ShortRun, usPS21ShortRunMax: shortest and longest flat run, UI; below 16 they become 32.
+ * usPS21LongRun: toggling bits; below 32 it becomes 32.
+ * usPS21ShortFirst, usPS21ShortLast: window in a flat run, UI counted from 1. If either is 0 they
+ *   become usPS21ShortRun - 7 and usPS21ShortRun - 2.
+ * usPS21LongFirst, usPS21LongLast: window in the toggling bits, in the same way. Their difference
+ * is odd, so that as many high as low bits are measured. pfRatio: optional, mean ratio.
+ * psStatistics: optional, 20 floats, volts: four groups of least single value, least mean of a
+ *   pattern, mean of these means, greatest mean of a pattern, greatest single value. Groups:
+ *   negative toggling peaks, negative flat samples, positive toggling peaks, positive flat samples.
+ *   They cover also patterns that don't count. Least values start at 999.9, greatest at -999.9.
+ * pulFound: optional, patterns that count.
+ * Without one all outputs are 0. Returns 0, also then, or 1: for NULL, dUI or dSampleInterval out
+ * of range with nothing written, for a window whose first is above its last or whose last is above
+ * its run and for an even toggling window with the outputs 0. */
+VOMO_API int32_t Meas_VTxDiff_PS21_wMinMax(const float *pfSamples, double dStartTime,
+                                           double dSampleInterval, const double *pdCrossTimes,
+                                           uint32_t ulFirst, uint32_t ulLast, double dUI,
+                                           float fUIRatio, float fUITolerance, uint16_t eSearchMode,
+                                           uint16_t usPS21ShortRun, uint16_t usPS21ShortRunMax,
+                                           uint16_t usPS21LongRun, uint16_t usPS21ShortFirst,
+                                           uint16_t usPS21ShortLast, uint16_t usPS21LongFirst,
+                                           uint16_t usPS21LongLast, float *pfRatio,
+                                           float *psStatistics, uint32_t *pulFound) VOMO_NOEXCEPT;
+
+/* The same for flat runs of a single length and without statistics. */
+VOMO_API int32_t Meas_VTxDiff_PS21(const float *pfSamples, double dStartTime,
+                                   double dSampleInterval, const double *pdCrossTimes,
+                                   uint32_t ulFirst, uint32_t ulLast, double dUI, float fUIRatio,
+                                   float fUITolerance, uint16_t eSearchMode,
+                                   uint16_t usPS21ShortRun, uint16_t usPS21LongRun,
+                                   uint16_t usPS21ShortFirst, uint16_t usPS21ShortLast,
+                                   uint16_t usPS21LongFirst, uint16_t usPS21LongLast,
+                                   float *pfRatio, uint32_t *pulFound) VOMO_NOEXCEPT;
+
+/* Meas_VTxDiff_PS21_wMinMax in mode 0 on a waveform and its crossovers ulFirst to ulLast, with an
+ * fUIRatio of 0.99 and an fUITolerance of 0.09.
+ *
+ * pvPassThrough: not NULL, otherwise not used.
+ * dUI: seconds, at least 2e-11; the sample interval lies from 1e-15 to 0.32 * dUI.
+ * ulPS21ShortRun, ulPS21ShortRunMax: UI, not 0, the first at most the second, 65535 at most; below
+ *   16 they act as 32.
+ * ulPS21LongRun: 32 to 65535 bits.
+ * ulPS21ShortFirst, ulPS21ShortLast: first below last, last at most ulPS21ShortRun.
+ * ulPS21LongFirst, ulPS21LongLast: first below last by an odd number, last at most ulPS21LongRun.
+ * pfRatioDB: 20 log10 of the mean ratio. pulFound: patterns that count.
+ * PARAM_NOT_VALID for anything outside these ranges, for ulFirst not below ulLast and for ulLast
+ * outside the list; PATTERN_NOT_FOUND, with pulFound written as 0, without a pattern. */
+VOMO_API VomoStatus VomoCOMPUTE_PS21_AVERAGE_VOLTAGE(
+    const VomoWaveform *psWaveform, const VomoCrossoverData *psClock, uint32_t ulFirst,
+    uint32_t ulLast, const void *pvPassThrough, double dUI, uint32_t ulPS21ShortRun,
+    uint32_t ulPS21ShortRunMax, uint32_t ulPS21LongRun, uint32_t ulPS21ShortFirst,
+    uint32_t ulPS21ShortLast, uint32_t ulPS21LongFirst, uint32_t ulPS21LongLast, float *pfRatioDB,
+    uint32_t *pulFound) VOMO_NOEXCEPT;
+
 /* F/2 jitter, the difference between even and odd unit intervals of a transmitter that serialises
  * by two phases: mean even less mean odd spacing, seconds, signed.
  *

@@ -4,6 +4,7 @@
 
 #include <vomo.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -37,14 +38,18 @@ struct PatternSignal {
   double PositionAt(double time_s) const { return (time_s - start_time_s) / interval_s; }
   bool Holds(double position) const { return position >= 0.0 && position < sample_count; }
 
-  // The samples from one time to the other, both ends included, cut at the last one there is.
-  Stretch Between(double from_s, double to_s) const {
+  // The samples from one time to the other, both ends included, cut at the last one there is, and
+  // so many in front of them as far as they exist.
+  Stretch Between(double from_s, double to_s, uint32_t lead = 0) const {
     const double from = PositionAt(from_s), to = PositionAt(to_s);
     if (!Holds(from) || !(to >= 0.0)) return {};
-    const auto first = static_cast<uint32_t>(from);
+    const uint32_t first =
+        static_cast<uint32_t>(from) - std::min(static_cast<uint32_t>(from), lead);
     const uint32_t last = to < sample_count ? static_cast<uint32_t>(to) : sample_count - 1;
     return {samples + first, first <= last ? uint64_t{last} - first + 1 : 0};
   }
+
+  Stretch At(double time_s) const { return Between(time_s, time_s); }
 
   // The part of the run behind a crossover from after skipped UIs to end_ui, when the run's real
   // duration counts as so many UIs.
