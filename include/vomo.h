@@ -2238,6 +2238,65 @@ VOMO_API int32_t Meas_Tx_PattDDj_FilterWithHighPass(const double *pdTimes,
                                                     uint32_t ulFFTSize, double dUI, float fCornerHz,
                                                     uint32_t *pulResult) VOMO_NOEXCEPT;
 
+/* Sets up the table of the 11 presets P0 to P10.
+ *
+ * bLimitSet: limits of P10's de-emphasis: 0 for -8.0 to 1.5 dB, otherwise -11.0 to -8.0 dB.
+ * ulPresetCount: records that are copied or cleared, 11 at most.
+ * psSource: optional, so many records to copy in place of the defaults. The blocks that a copied
+ *   record's pucBlocks names stay the source's: its ulClockHandle is 0.
+ * ppsPresets, pHandle: in and out. NULL: a new table, cleared as a whole, whose handle goes to
+ *   *pHandle; free it with Vomo_FREE_PRESETS. Otherwise a table of 11 records to set up again,
+ * whose ulClockHandle blocks are freed first; *pHandle is then left alone. Without psSource,
+ * ulPresetCount records are cleared, and state, limits and references are written into all 11.
+ * PARAM_OUT_OF_RANGE for a count above 11. */
+VOMO_API VomoStatus Vomo_RESET_PRESETS(uint32_t bLimitSet, uint32_t ulPresetCount,
+                                       const VomoPreset *psSource, VomoPreset **ppsPresets,
+                                       VomoHandle *pHandle) VOMO_NOEXCEPT;
+
+/* Frees the ulClockHandle blocks of a table's 11 records, which then have none, and the table
+ * itself when hTable, its handle, is not 0. psPresets may be NULL. Always succeeds. */
+VOMO_API VomoStatus Vomo_FREE_PRESETS(VomoPreset *psPresets, VomoHandle hTable) VOMO_NOEXCEPT;
+
+/* Measures one preset on its capture: dVb, the mean of the long high runs less that of the long low
+ * runs, volts. On the way Vomo_Gen3Check reads what the capture says of itself into sGen3CheckBuf
+ * (ucBlockCount is in and out); its blocks are owned by ulClockHandle, which frees those of an
+ * earlier capture.
+ *
+ * ppsWaveforms: only the first of them is used. ulPreset: 0 to 10.
+ * dUI: seconds, above 0. iRunMin, ulRunMax, ulWindowFirst, ulWindowLast: the runs and the window in
+ *   them, see VomoCOMPUTE_TARGET_RUNLENGTH_AVERAGE_VOLTAGE. The largest spread of the mean is 1.0.
+ * psPresets: the table of 11 records.
+ * PARAM_NOT_VALID for an argument out of these ranges; PATTERN_NOT_FOUND for fewer than two
+ * crossovers; otherwise the error word of the stage that failed. */
+VOMO_API VomoStatus Vomo_CALCULATE_Vb(VomoWaveform **ppsWaveforms, uint32_t ulPreset, double dUI,
+                                      int32_t iRunMin, uint32_t ulRunMax, uint32_t ulWindowFirst,
+                                      uint32_t ulWindowLast, VomoPreset *psPresets) VOMO_NOEXCEPT;
+
+/* Turns the voltages of a table into decibels and judges them. Preshoot is
+ * 20 log10(reference / this), de-emphasis 20 log10(this / reference); a value on a limit passes. A
+ * preset whose dVb is 0.0 is not touched. ulState is 1 when all that has a reference is within its
+ * limits or there is no reference, 0 when one is not, and 3 when a reference was not measured; of
+ * a failed preshoot and a missing de-emphasis reference it is 3.
+ * iPresetCount: presets to evaluate; above 11 counts as 11. psPresets: the table of 11 records,
+ * NULL does nothing. Always succeeds. */
+VOMO_API VomoStatus Vomo_CALCULATE_PRESET_RESULTS(int32_t iPresetCount,
+                                                  VomoPreset *psPresets) VOMO_NOEXCEPT;
+
+/* Corrects the edges that follow a de-emphasised bit by the share that the smaller level has in
+ * their timing: (A - B) * mean / (2 * (A + B)), with A the full and B the steady half swing and the
+ * mean taken of pdValues over the edges that start from the full level.
+ *
+ * psRunInfo: ulCount edges (at least 2); pdTimes is corrected, of pucFlags CROSSOVER_DEEMPH is
+ * read. pdValues: one for each edge. ulFirst, ulLast: edges of the mean, the last above the first
+ * and below ulCount; corrected are those from ulFirst + 1 on. pfVoltages: four levels as from
+ * Vomo_FIND_AVE_VOLTAGE_LEVELS: high and low behind an edge, steady high and low, volts. Without an
+ * edge from the full level, or with swings that add up to 0, the correction is not finite.
+ * PARAM_OUT_OF_RANGE for the indices and the count. */
+VOMO_API VomoStatus Vomo_DERATE_DEMPHASIS_JITTER(VomoCrossoverData *psRunInfo,
+                                                 const double *pdValues, uint32_t ulFirst,
+                                                 uint32_t ulLast,
+                                                 const float *pfVoltages) VOMO_NOEXCEPT;
+
 /* ============================== Low-frequency signalling ==================================== */
 
 /* Settings of the burst test, and the four fields called written. */
