@@ -47,9 +47,6 @@ std::string EyePng(const EyeGrid &grid, const EyeOverlay &overlay, const std::st
 // lowest voltage upwards.
 std::string EyeCsv(const EyeGrid &grid, double unit_interval_s);
 
-// Round numbers, about as many as wanted, from lowest to highest.
-std::vector<double> AxisTicks(double lowest, double highest, int wanted);
-
 }  // namespace app
 
 #endif
