@@ -19,6 +19,7 @@ int Run(int argc, char **argv) {
   app::AddInfoCommand(cli, &exit_code);
   app::AddConvertCommand(cli, &exit_code);
   app::AddMeasureCommand(cli, &exit_code);
+  app::AddDualCommand(cli, &exit_code);
   app::AddEyeCommand(cli, &exit_code);
   app::AddSettingsCommand(cli, &exit_code);
   app::AddSynthCommand(cli, &exit_code);

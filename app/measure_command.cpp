@@ -87,6 +87,7 @@ void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code) {
       "measure", "Measure the unit interval and the jitter of a capture or a single-ended pair");
   AddCaptureOptions(command, &options->captures);
   AddSettingsOptions(command, &options->settings);
+  AddDumpOption(command, &options->settings);
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");
   command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");

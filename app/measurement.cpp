@@ -125,6 +125,27 @@ std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoCompl
   return captures;
 }
 
+void WarnOfResults(VomoStatus status, const VomoComplianceParams &params,
+                   const VomoComplianceResults &results) {
+  if (status != Vomo_STATUS_SUCCESS) {
+    fmt::print(stderr, "vomo: warning: {}\n", Vomo_Status_Message(status));
+  }
+  // Far more than any spread spectrum: then edges were counted into the wrong unit intervals.
+  const double ratio = results.dUnitInterval / params.dTargetUI;
+  if (!(std::abs(ratio - 1) < 0.02)) {
+    fmt::print(
+        stderr,
+        "vomo: warning: the unit interval comes out at {:.4g} times dTargetUI, so the results "
+        "mean little; check --rate and --spui or --interval\n",
+        ratio);
+  } else if (!(results.dTIEPeakPeak < 1000 * params.dTargetUI)) {
+    fmt::print(stderr,
+               "vomo: warning: edges are up to {:.4g} unit intervals away from a steady clock: the "
+               "data are not of this rate, or the clock is not of the data\n",
+               results.dTIEPeakPeak / params.dTargetUI);
+  }
+}
+
 void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &params,
              VomoComplianceResults *results, JitterSequence *jitter, StageTimes &times) {
   VomoWaveform *waveform = captures[0].waveform();
@@ -141,18 +162,16 @@ void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &p
     throw StatusFailure(ExitCode::kNotMeasurable, status, "measuring", captures[0].path(),
                         MeasureAdvice(status, params, *waveform));
   }
-  if (status != Vomo_STATUS_SUCCESS) {
-    fmt::print(stderr, "vomo: warning: {}\n", Vomo_Status_Message(status));
-  }
-  // Far more than any spread spectrum: then edges were counted into the wrong unit intervals.
-  const double ratio = results->dUnitInterval / params.dTargetUI;
-  if (!(std::abs(ratio - 1) < 0.02)) {
-    fmt::print(
-        stderr,
-        "vomo: warning: the unit interval comes out at {:.4g} times dTargetUI, so the results "
-        "mean little; check --rate and --spui or --interval\n",
-        ratio);
-  }
+  WarnOfResults(status, params, *results);
+}
+
+void AddIntervalOptions(CLI::App *command, CaptureOptions *options) {
+  CLI::Option *interval = AddReadingOptions(command, &options->reading);
+  command
+      ->add_option("--spui", options->samples_per_ui,
+                   "samples in a nominal unit interval, instead of --interval")
+      ->check(CLI::Range(1e-3, 1e9))
+      ->excludes(interval);
 }
 
 void AddCaptureOptions(CLI::App *command, CaptureOptions *options) {
@@ -161,12 +180,7 @@ void AddCaptureOptions(CLI::App *command, CaptureOptions *options) {
                    "capture of a differential signal, or the positive half and the negative half")
       ->required()
       ->expected(1, 2);
-  CLI::Option *interval = AddReadingOptions(command, &options->reading);
-  command
-      ->add_option("--spui", options->samples_per_ui,
-                   "samples in a nominal unit interval, instead of --interval")
-      ->check(CLI::Range(1e-3, 1e9))
-      ->excludes(interval);
+  AddIntervalOptions(command, options);
   command->add_flag("--combined", options->combined,
                     "take the two waveforms of CAPTURE as positive and negative half");
 }

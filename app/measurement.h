@@ -26,6 +26,8 @@ struct CaptureOptions {
   std::optional<double> samples_per_ui;
 };
 void AddCaptureOptions(CLI::App *command, CaptureOptions *options);
+// Of them, only how files are read and how far their samples are apart.
+void AddIntervalOptions(CLI::App *command, CaptureOptions *options);
 
 // Throws Failure for what can't be read and for halves that don't match.
 std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoComplianceParams &params,
@@ -74,6 +76,10 @@ class JitterSequence {
   uint32_t count_ = 0;
   VomoHandle handle_ = 0;
 };
+
+// Warns on the standard error output of what makes a run's results doubtful.
+void WarnOfResults(VomoStatus status, const VomoComplianceParams &params,
+                   const VomoComplianceResults &results);
 
 // Runs the general flow; jitter may be NULL. Throws Failure when it fails, and warns on the
 // standard error output of what makes its results doubtful.

@@ -8,7 +8,6 @@
 #include "run_records.h"
 
 namespace app {
-namespace {
 
 Json CaptureJson(const Capture &capture) {
   Json json = {{"file", capture.path()}, {"format", capture.format()}};
@@ -20,6 +19,8 @@ Json CaptureJson(const Capture &capture) {
   json["sample_interval"] = capture.waveform()->dSampleInterval;
   return json;
 }
+
+namespace {
 
 Json RowJson(const ResultRow &row) {
   Json json = {{"quantity", row.quantity},
@@ -55,7 +56,7 @@ Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
   json["results"] = RecordToJson(kComplianceResultsType, &outcome.results);
   json["results_units"] = RecordUnits(kComplianceResultsType);
   json["settings"] = settings;
-  json["settings_units"] = RecordUnits(kComplianceParamsType);
+  json["settings_units"] = RecordUnits(kRunSettingsType);
   return json;
 }
 

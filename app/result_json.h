@@ -10,6 +10,9 @@
 
 namespace app {
 
+// Where a capture came from, with its size and SHA-256, and what was read of it.
+Json CaptureJson(const Capture &capture);
+
 // Beside the rows that the terminal shows: every field of the results record with its unit, its
 // curves, the settings, and for each capture its size and SHA-256.
 Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,

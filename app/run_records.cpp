@@ -2,6 +2,9 @@
 
 #include <vomo.h>
 
+#include <algorithm>
+#include <array>
+
 namespace app {
 namespace {
 
@@ -231,6 +234,22 @@ constexpr Field kFields[] = {
 };
 }  // namespace compliance_params
 
+namespace dual_port_params {
+using Record = VomoDualPortParams;
+constexpr Field kFields[] = {
+    FIELD(dClockTargetUI).In("s").Above(0).To(1e-3),
+    FIELD(dClockSettlingTime).In("s").From(0),
+    FIELD(iClockFilterEnable),
+    FIELD(iUseClockCrossovers),
+    FIELD(eClockCrossoverTypes).OneOf(kCrossoverTypes),
+    FIELD(ulClockDataOffsetUI).In("UI"),
+    FIELD(psPLLFilterParams)
+        .Holding(filter_params::kType)
+        .CountedBy(offsetof(Record, iPLLFilterCount)),
+};
+constexpr RecordType kType = {sizeof(Record), kFields};
+}  // namespace dual_port_params
+
 // ---- Results ----
 
 namespace margins {
@@ -382,6 +401,37 @@ constexpr Field kFields[] = {
 };
 }  // namespace compliance_results
 
+// The parameters of a run and, behind them, what only some kinds of run need.
+namespace run_settings {
+using Record = RunSettingsRecord;
+static_assert(offsetof(Record, params) == 0);
+constexpr auto kFields = [] {
+  constexpr size_t kCount = std::size(compliance_params::kFields);
+  std::array<Field, kCount + 1> fields{};
+  std::copy_n(compliance_params::kFields, kCount, fields.begin());
+  fields[kCount] = FIELD(sDualPort).Holding(dual_port_params::kType);
+  return fields;
+}();
+}  // namespace run_settings
+
+namespace dual_port_clock {
+using Record = VomoDualPortClockResults;
+constexpr Field kFields[] = {
+    FIELD(dMinCrossoverInterval).In("s"),
+    FIELD(ulIntervalCount),
+    FIELD(dUnitInterval).In("s"),
+};
+}  // namespace dual_port_clock
+
+namespace dual_port_trial {
+using Record = VomoDualPortTrial;
+constexpr Field kFields[] = {
+    FIELD(iPLLFilterIndex),     FIELD(iClockDataOffsetUI).In("UI"),
+    FIELD(dTjPeakPeak).In("s"), FIELD(dDjDeltaDelta).In("s"),
+    FIELD(dRjRMS).In("s"),
+};
+}  // namespace dual_port_trial
+
 #undef FIELD
 
 }  // namespace
@@ -389,5 +439,8 @@ constexpr Field kFields[] = {
 const RecordType kComplianceParamsType = {sizeof(VomoComplianceParams), compliance_params::kFields};
 const RecordType kComplianceResultsType = {sizeof(VomoComplianceResults),
                                            compliance_results::kFields};
+const RecordType kRunSettingsType = {sizeof(RunSettingsRecord), run_settings::kFields};
+const RecordType kDualPortClockType = {sizeof(VomoDualPortClockResults), dual_port_clock::kFields};
+const RecordType kDualPortTrialType = {sizeof(VomoDualPortTrial), dual_port_trial::kFields};
 
 }  // namespace app

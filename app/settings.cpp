@@ -7,6 +7,7 @@
 #include <fstream>
 
 #include "failure.h"
+#include "parameter_dump_reader.h"
 #include "run_records.h"
 
 namespace app {
@@ -101,6 +102,22 @@ void SetEye(const RateRow &row, std::vector<double> *x, std::vector<float> *y,
   params.ulHistogramBinSizeUI = 100;
 }
 
+// The corners of what receivers of a common 100 MHz reference clock use, as engineering choices: a
+// slow and a fast loop, each with much peaking (2.1 dB) and with next to none.
+constexpr VomoFilterParams kPlls[] = {
+    {2e6, 0.707, 0, 0}, {2e6, 2.0, 0, 0}, {5e6, 0.707, 0, 0}, {5e6, 2.0, 0, 0}};
+
+VomoDualPortParams DualPort(double rate) {
+  VomoDualPortParams dual = {};
+  dual.dClockTargetUI = 10e-9;
+  dual.eClockCrossoverTypes = Vomo_CROSSOVERS_RISING;
+  // Data and clock reach the receiver by ways that differ by up to 12 ns.
+  dual.ulClockDataOffsetUI = static_cast<uint32_t>(std::min(12e-9 * rate + 0.5, 1e6));
+  dual.iPLLFilterCount = std::size(kPlls);
+  dual.psPLLFilterParams = kPlls;
+  return dual;
+}
+
 Json ReadDocument(const std::string &path) {
   std::ifstream file(path, std::ios::binary);
   if (!file) {
@@ -150,14 +167,22 @@ double RateOf(const SettingsRequest &request, const std::vector<Json> &changes) 
                 "--rate 8e9, or dTargetUI in the settings");
 }
 
+// The library leaves out a dump that it can't write.
+void CheckDumpFile(const std::string &path) {
+  if (std::ofstream(path, std::ios::app)) return;
+  throw Failure(ExitCode::kWrongUsage, fmt::format("cannot write the dump {}", path),
+                "a file in a folder that may be written to");
+}
+
 }  // namespace
 
 RunSettings::RunSettings(const Json &document) {
-  JsonToRecord(kComplianceParamsType, document, "", &params_, &storage_);
+  JsonToRecord(kRunSettingsType, document, "", &record_, &storage_);
 }
 
-Json BuiltInSettings(double rate) {
-  VomoComplianceParams params = {};
+Json BuiltInSettings(double rate, bool dual_port) {
+  RunSettingsRecord record = {};
+  VomoComplianceParams &params = record.params;
   std::vector<double> x;
   std::vector<float> y;
   VomoPatChkData pattern = {};  // without definitions it still measures the edge density
@@ -167,20 +192,33 @@ Json BuiltInSettings(double rate) {
   SetNoiseFloor(rate, params);
   SetJitterFit(RowFor(rate), params);
   SetEye(RowFor(rate), &x, &y, params);
-  return RecordToJson(kComplianceParamsType, &params);
+  const VomoDualPortParams dual = DualPort(rate);
+  if (dual_port) record.sDualPort = &dual;
+  return RecordToJson(kRunSettingsType, &record);
 }
 
 Json ResolveSettings(const SettingsRequest &request) {
   std::vector<Json> changes;
+  if (!request.dump.empty()) {
+    DumpedSettings dumped = ReadParameterDump(request.dump);
+    for (const std::string &lost : dumped.lost) {
+      fmt::print(stderr, "vomo: warning: {}: a dump does not carry {}\n", request.dump, lost);
+    }
+    changes.push_back(std::move(dumped.document));
+  }
   if (!request.file.empty()) changes.push_back(ReadDocument(request.file));
   for (const std::string &assignment : request.assignments) {
     changes.push_back(ParseAssignment(assignment));
   }
+  if (!request.dump_path.empty()) {
+    CheckDumpFile(request.dump_path);
+    changes.push_back({{"pcParameterDumpFile", request.dump_path}});
+  }
   // Each change is tested by itself too, so that what is refused is what was written.
   for (const Json &change : changes) RunSettings{change};
-  Json document = BuiltInSettings(RateOf(request, changes));
+  Json document = BuiltInSettings(RateOf(request, changes), request.dual_port);
   for (const Json &change : changes) document.merge_patch(change);
-  document = RecordToJson(kComplianceParamsType, &RunSettings{document}.params());
+  document = RecordToJson(kRunSettingsType, &RunSettings{document}.record());
   // Once more: a record that a change brought in has 0 where the change left a field out.
   RunSettings{document};
   return document;

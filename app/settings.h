@@ -8,15 +8,18 @@
 #include <string>
 #include <vector>
 
-#include "record_fields.h"
+#include "run_records.h"
 
 namespace app {
 
 // What the command line says about the settings, applied in this order.
 struct SettingsRequest {
+  bool dual_port = false;                // with the built-in settings of a dual-port run
   std::optional<double> rate;            // bit/s, chooses the built-in set
+  std::string dump;                      // text of an earlier run's settings
   std::string file;                      // JSON with any of the fields
   std::vector<std::string> assignments;  // key=value, dots between nested keys
+  std::string dump_path;                 // pcParameterDumpFile, empty: as the settings say
 };
 
 // A parameter record with all that its pointers lead to.
@@ -25,15 +28,17 @@ class RunSettings {
   explicit RunSettings(const Json &document);  // throws Failure
   RunSettings(const RunSettings &) = delete;
   RunSettings &operator=(const RunSettings &) = delete;
-  const VomoComplianceParams &params() const { return params_; }
+  const VomoComplianceParams &params() const { return record_.params; }
+  const VomoDualPortParams *dual_port() const { return record_.sDualPort; }
+  const RunSettingsRecord &record() const { return record_; }
 
  private:
   RecordStorage storage_;
-  VomoComplianceParams params_ = {};
+  RunSettingsRecord record_ = {};
 };
 
 // The built-in set for a bit rate as a document ready to edit.
-Json BuiltInSettings(double rate);
+Json BuiltInSettings(double rate, bool dual_port = false);
 
 // The complete, checked document that a request leads to.
 Json ResolveSettings(const SettingsRequest &request);

@@ -21,11 +21,21 @@ void AddSettingsOptions(CLI::App *command, SettingsRequest *request) {
       ->allow_extra_args(false);
 }
 
+void AddDumpOption(CLI::App *command, SettingsRequest *request) {
+  command->add_option("--dump", request->dump_path,
+                      "append the settings of the run to this file as text; vomo settings "
+                      "--from-dump reads them back");
+}
+
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code) {
   auto request = std::make_shared<SettingsRequest>();
   CLI::App *command =
       cli.add_subcommand("settings", "Print the settings of a run as JSON, ready to edit");
   AddSettingsOptions(command, request.get());
+  command->add_option("--from-dump", request->dump,
+                      "start from the last record of a dump that a run wrote (--dump)");
+  command->add_flag("--dual", request->dual_port,
+                    "with the clock and the PLL list of a dual-port run (sDualPort)");
   command->callback([request, exit_code] {
     const std::string text = ResolveSettings(*request).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);

@@ -9,6 +9,8 @@
 namespace app {
 
 void AddSettingsOptions(CLI::App *command, SettingsRequest *request);
+// --dump, of the subcommands that run with the settings.
+void AddDumpOption(CLI::App *command, SettingsRequest *request);
 
 }  // namespace app
 

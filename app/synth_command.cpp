@@ -21,7 +21,34 @@ struct SynthOptions {
   std::string output, complement, bits_file;
   std::string pattern = "prbs7", format = "text";
   bool combined = false;
+  // A reference clock beside the data.
+  std::string clock;
+  uint64_t clock_period_ui = 80;
+  double clock_shared = 1, clock_rj_rms = 0;
 };
+
+// The clock of the same time and spread as the data, with its part of the data's deterministic
+// jitter.
+SynthOptions ClockOptions(const SynthOptions &options) {
+  SynthOptions clock = options;
+  clock.output = options.clock;
+  clock.complement.clear();
+  clock.combined = false;
+  clock.pattern = "clock";
+  SynthSpec &spec = clock.spec;
+  const double half_period_ui = static_cast<double>(options.clock_period_ui) / 2;
+  spec.edge_time = ResolvedEdgeTime(options.spec);
+  spec.pattern = Pattern::kClock;
+  spec.bit_rate /= half_period_ui;
+  spec.samples_per_ui *= half_period_ui;
+  spec.ui_count = static_cast<uint64_t>(static_cast<double>(spec.ui_count) / half_period_ui);
+  spec.rj_rms = options.clock_rj_rms;
+  spec.sj_amplitude *= options.clock_shared;
+  spec.dirac_distance *= spec.dirac_frequency > 0 ? options.clock_shared : 0;
+  spec.duty_cycle_distortion = spec.noise_rms = 0;
+  spec.seed = ~spec.seed;  // other random values than the data's
+  return clock;
+}
 
 std::string OptionName(const char *parameter) {
   std::string name = parameter;
@@ -112,6 +139,11 @@ Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
   if (!options.complement.empty()) {
     result["complement"] = std::filesystem::path(options.complement).filename().string();
   }
+  if (!options.clock.empty()) {
+    result["clock"] = {{"capture", std::filesystem::path(options.clock).filename().string()},
+                       {"period_ui", options.clock_period_ui},
+                       {"shared", options.clock_shared}};
+  }
   result["definitions"] = {
       {"times", "seconds from sample 0, which is the start of the first bit"},
       {"realised",
@@ -121,7 +153,11 @@ Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
        "edges that would have come before their predecessor and were put at its time"},
       {"complement",
        "of a pair, each half carries half of the swing and of the noise; the signal is "
-       "their difference"}};
+       "their difference"},
+      {"clock",
+       "a reference clock of that many data UI in a period, with this part of the sinusoidal and "
+       "of the square-wave displacement, with all of the spread spectrum, and else only with "
+       "random jitter of its own"}};
   return result;
 }
 
@@ -163,6 +199,12 @@ SynthTruth WriteCaptures(const SynthOptions &options) {
   return truth;
 }
 
+void WriteWithTruth(const SynthOptions &options) {
+  OutputFile truth(options.output + ".truth.json");
+  truth.Write(TruthJson(options, WriteCaptures(options)).dump(2) + "\n");
+  truth.Commit();
+}
+
 ExitCode RunSynth(SynthOptions options) {
   if (!options.bits_file.empty()) {
     options.pattern = "bits";
@@ -170,13 +212,36 @@ ExitCode RunSynth(SynthOptions options) {
   }
   options.spec.pattern = Named(PatternNames(), options.pattern).pattern;
   try {
-    OutputFile truth(options.output + ".truth.json");
-    truth.Write(TruthJson(options, WriteCaptures(options)).dump(2) + "\n");
-    truth.Commit();
+    WriteWithTruth(options);
+    if (!options.clock.empty()) {
+      SynthOptions clock = ClockOptions(options);
+      clock.clock.clear();
+      WriteWithTruth(clock);
+    }
   } catch (const SynthError &error) {
     throw Failure(ExitCode::kWrongUsage, error.what(), "see vomo synth --help");
   }
   return ExitCode::kWithinLimits;
+}
+
+void AddClockOptions(CLI::App *command, SynthOptions *options) {
+  CLI::Option *clock = command->add_option(
+      "--clock", options->clock,
+      "write a reference clock of the same time and spread beside the data to this file");
+  command->add_option("--clock-period", options->clock_period_ui, "its period (data UI)")
+      ->capture_default_str()
+      ->check(CLI::Range(2, 1'000'000))
+      ->needs(clock);
+  command
+      ->add_option("--clock-shared", options->clock_shared,
+                   "the part of the data's sinusoidal and square-wave jitter that it has too (1)")
+      ->capture_default_str()
+      ->check(CLI::Range(0.0, 1.0))
+      ->needs(clock);
+  command->add_option("--clock-rj-rms", options->clock_rj_rms, "random jitter of its own (s)")
+      ->capture_default_str()
+      ->check(CLI::Range(0.0, 1.0))
+      ->needs(clock);
 }
 
 }  // namespace
@@ -214,6 +279,7 @@ void AddSynthCommand(CLI::App &cli, ExitCode *exit_code) {
       ->add_flag("--combined", options->combined,
                  "write a single-ended pair as the two waveforms of OUT (bin, spice)")
       ->excludes(complement);
+  AddClockOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunSynth(*options); });
 }
 
