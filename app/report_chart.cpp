@@ -86,7 +86,7 @@ Json OutlineJson(const Outline &outline) {
 }
 
 Json BackdropJson(const Backdrop &backdrop) {
-  return {{"x0", backdrop.x0},     {"x1", backdrop.x1},    {"y0", backdrop.y0},
+  return {{"x0", backdrop.x0},     {"x1", backdrop.x1},     {"y0", backdrop.y0},
           {"y1", backdrop.y1},     {"ramp", backdrop.ramp}, {"low", backdrop.low},
           {"high", backdrop.high}, {"unit", backdrop.unit}};
 }

@@ -28,9 +28,9 @@ struct Axis {
 enum class Style {
   kLine,
   kDashed,
-  kStep,   // each value holds from its x to the next one's; filled down to the axis
+  kStep,  // each value holds from its x to the next one's; filled down to the axis
   kPoints,
-  kBars    // for categories
+  kBars  // for categories
 };
 
 // Colours of the page's palette; light and dark windows have their own shades of them.

@@ -98,8 +98,8 @@ void Page::AddChart(const Chart &chart) {
   if (!chart.caption.empty()) {
     body_ += fmt::format("<figcaption>{}</figcaption>", Escaped(chart.caption));
   }
-  body_ += fmt::format("<script type=\"application/json\">{}</script></figure>\n",
-                       ChartJson(chart));
+  body_ +=
+      fmt::format("<script type=\"application/json\">{}</script></figure>\n", ChartJson(chart));
 }
 
 void Page::AddDetails(std::string_view summary, std::string_view text) {
