@@ -45,7 +45,8 @@ SynthOptions ClockOptions(const SynthOptions &options) {
   spec.rj_rms = options.clock_rj_rms;
   spec.sj_amplitude *= options.clock_shared;
   spec.dirac_distance *= spec.dirac_frequency > 0 ? options.clock_shared : 0;
-  spec.duty_cycle_distortion = spec.noise_rms = 0;
+  spec.duty_cycle_distortion = spec.f2_jitter = spec.pattern_jitter = 0;
+  spec.preshoot = spec.deemphasis = spec.noise_rms = 0;
   spec.seed = ~spec.seed;  // other random values than the data's
   return clock;
 }
@@ -93,6 +94,7 @@ struct StatsRow {
 constexpr StatsRow kStatsRows[] = {
     {"rj", "s", &SynthTruth::rj},       {"sj", "s", &SynthTruth::sj},
     {"dirac", "s", &SynthTruth::dirac}, {"duty_cycle_distortion", "s", &SynthTruth::dcd},
+    {"f2", "s", &SynthTruth::f2},       {"pattern", "s", &SynthTruth::pattern},
     {"total", "s", &SynthTruth::total}, {"noise", "V", &SynthTruth::noise},
 };
 
@@ -161,15 +163,19 @@ Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
   return result;
 }
 
-// The signal anew from its seed, or half of it with its sign. The truth is that of the last run.
+// The signal anew from its seed, or half of it with its sign and the common mode. The truth is that
+// of the last run.
 SampleSource SignalTimes(float factor, const SynthSpec &spec, SynthTruth *truth) {
   return [factor, &spec, truth](const SampleSink &sink) {
     SignalSynth synth(spec);
     std::vector<float> block(1 << 16);
+    uint64_t position = 0;
     while (const size_t count = synth.Next(block)) {
       const auto samples = std::span(block).first(count);
       if (factor != 1.0f) {
-        for (float &sample : samples) sample *= factor;
+        for (float &sample : samples) {
+          sample = static_cast<float>(sample * factor + CommonMode(spec, position++));
+        }
       }
       sink(samples);
     }

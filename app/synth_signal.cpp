@@ -9,8 +9,13 @@ namespace app {
 namespace {
 
 constexpr PatternName kPatternNames[] = {
-    {"clock", Pattern::kClock},   {"prbs7", Pattern::kPrbs7},   {"prbs9", Pattern::kPrbs9},
-    {"prbs15", Pattern::kPrbs15}, {"prbs23", Pattern::kPrbs23}, {"prbs31", Pattern::kPrbs31},
+    {"clock", Pattern::kClock},
+    {"prbs7", Pattern::kPrbs7},
+    {"prbs9", Pattern::kPrbs9},
+    {"prbs15", Pattern::kPrbs15},
+    {"prbs23", Pattern::kPrbs23},
+    {"prbs31", Pattern::kPrbs31},
+    {"transmitter", Pattern::kTransmitter},
     {"bits", Pattern::kBits},
 };
 
@@ -46,8 +51,28 @@ constexpr SynthParameter kParameters[] = {
      "rising edges come this much later against falling ones: half of it is added to rising, half "
      "taken from falling edges; a negative value lengthens the high bits",
      &SynthSpec::duty_cycle_distortion, -1, 1},
+    {"f2_jitter", "s",
+     "even unit intervals (the first is even) last this much longer than odd ones, half of it on "
+     "either: even edges come a quarter early, odd ones a quarter late",
+     &SynthSpec::f2_jitter, -1, 1},
+    {"pattern_jitter", "s",
+     "behind a run of n equal bits an edge comes later by this times 1 - 2^(1 - n)",
+     &SynthSpec::pattern_jitter, 0, 1},
+    {"preshoot", "dB",
+     "level of the last bit of a run against that inside of it, made by a 3-tap transmitter filter "
+     "whose full swing is that given",
+     &SynthSpec::preshoot, 0, 20},
+    {"deemphasis", "dB",
+     "level inside a run against that of its first bit, made by the same filter",
+     &SynthSpec::deemphasis, -20, 0},
     {"noise_rms", "V", "standard deviation of Gaussian noise added to each sample",
      &SynthSpec::noise_rms, 0, 1e6},
+    {"common_mode", "V", "of a single-ended pair: constant voltage on both halves",
+     &SynthSpec::common_mode, -1e6, 1e6},
+    {"common_mode_amplitude", "V", "of a pair: peak of a sine on both halves",
+     &SynthSpec::common_mode_amplitude, 0, 1e6},
+    {"common_mode_frequency", "Hz", "frequency of that sine", &SynthSpec::common_mode_frequency, 0,
+     1e13},
     {"ssc_depth", "1",
      "spread spectrum: the unit interval at time t is UI (1 + depth tri(rate t)), with tri a "
      "triangle that runs from 0 up to 1 and back in one period, and t counted by the unspread "
@@ -84,6 +109,9 @@ void Check(const SynthSpec &spec) {
   if (spec.sj_amplitude > 0 && spec.sj_frequency == 0) {
     throw SynthError("sj_amplitude needs sj_frequency");
   }
+  if (spec.common_mode_amplitude > 0 && spec.common_mode_frequency == 0) {
+    throw SynthError("common_mode_amplitude needs common_mode_frequency");
+  }
   if (spec.ssc_depth > 0 && spec.ssc_rate == 0) throw SynthError("ssc_depth needs ssc_rate");
   const auto is_bit = [](uint8_t bit) { return bit <= 1; };
   if (spec.pattern == Pattern::kBits &&
@@ -115,6 +143,31 @@ double TriangleIntegral(double x) {
   const double periods = std::floor(x);
   const double f = x - periods;
   return periods / 2 + (f <= 0.5 ? f * f : 0.5 - (1 - f) * (1 - f));
+}
+
+void Append(std::vector<uint8_t> &bits, size_t repeats, std::initializer_list<int> runs) {
+  uint8_t bit = 1;
+  for (size_t k = 0; k < repeats; ++k) {
+    for (const int run : runs) {
+      bits.insert(bits.end(), static_cast<size_t>(run), bit);
+      bit ^= 1;
+    }
+  }
+}
+
+// What a transmitter's compliance pattern has to show, in 832 bits: long flat runs, single bits
+// beside them, an exit sequence of sixteen runs of eight, and data.
+std::vector<uint8_t> TransmitterPattern() {
+  std::vector<uint8_t> bits;
+  Append(bits, 1, {64, 64});
+  Append(bits, 32, {1, 1});
+  Append(bits, 8, {8, 8});
+  SynthSpec data;
+  data.pattern = Pattern::kPrbs9;
+  BitSource source(data);
+  for (int i = 0; i < 511; ++i) bits.push_back(static_cast<uint8_t>(source.Next()));
+  bits.push_back(0);  // an even number in all
+  return bits;
 }
 
 }  // namespace
@@ -179,6 +232,7 @@ double RandomStream::Gaussian() {
 }
 
 BitSource::BitSource(const SynthSpec &spec) : pattern_(spec.pattern), bits_(spec.bits) {
+  if (pattern_ == Pattern::kTransmitter) bits_ = TransmitterPattern();
   for (const ShiftRegister &shift : kShiftRegisters) {
     if (shift.pattern != pattern_) continue;
     length_ = shift.length;
@@ -190,7 +244,7 @@ BitSource::BitSource(const SynthSpec &spec) : pattern_(spec.pattern), bits_(spec
 // A shift register starts with all ones and gives the bit that falls out at its end.
 int BitSource::Next() {
   if (pattern_ == Pattern::kClock) return static_cast<int>(++position_ & 1);
-  if (pattern_ == Pattern::kBits) {
+  if (pattern_ == Pattern::kBits || pattern_ == Pattern::kTransmitter) {
     const int bit = bits_[position_];
     position_ = (position_ + 1) % bits_.size();
     return bit;
@@ -207,20 +261,51 @@ double NominalPosition(const SynthSpec &spec, double ui) {
   return ui + spec.ssc_depth * TriangleIntegral(ui * periods_per_ui) / periods_per_ui;
 }
 
+double CommonMode(const SynthSpec &spec, uint64_t sample) {
+  if (spec.common_mode_amplitude == 0) return spec.common_mode;
+  const double time_s = static_cast<double>(sample) * spec.sample_interval();
+  return spec.common_mode +
+         spec.common_mode_amplitude *
+             std::sin(2 * std::numbers::pi * Phase(spec.common_mode_frequency, time_s));
+}
+
 double ResolvedEdgeTime(const SynthSpec &spec) {
   if (spec.edge_time > 0) return spec.edge_time;
   return std::max(0.3 * spec.unit_interval(), 2.5 * spec.sample_interval());
 }
 
+// With p the preshoot and d the de-emphasis as ratios, the levels are A behind an edge, d A inside
+// a run and p d A in front of the next edge. Full swing makes A + p d A - 1 = d A.
+TransmitterTaps TapsOf(const SynthSpec &spec) {
+  const double p = std::pow(10, spec.preshoot / 20), d = std::pow(10, spec.deemphasis / 20);
+  const double behind_edge = 1 / (1 + p * d - d);
+  const double before = 0.5 * (1 - behind_edge), behind = 0.5 * (1 - p * d * behind_edge);
+  return {-before, 1 - before - behind, -behind};
+}
+
+LevelSource::LevelSource(const SynthSpec &spec)
+    : bits_(spec), taps_(TapsOf(spec)), next_(2 * bits_.Next() - 1) {
+  previous_ = present_ = next_;
+}
+
+double LevelSource::Next() {
+  previous_ = present_;
+  present_ = next_;
+  next_ = 2 * bits_.Next() - 1;
+  run_before_ = present_ == previous_ ? 0 : run_;
+  run_ = present_ == previous_ ? run_ + 1 : 1;
+  return taps_.before * next_ + taps_.present * present_ + taps_.behind * previous_;
+}
+
 EdgeSource::EdgeSource(const SynthSpec &spec, SynthTruth *truth)
     : spec_(spec),
       truth_(truth),
-      bits_(spec),
+      levels_(spec),
       rj_(spec.seed, 1),
       dirac_(spec.seed, 2),
-      level_(bits_.Next()) {}
+      level_(levels_.Next()) {}
 
-double EdgeSource::Displacement(double nominal_s, int step) {
+double EdgeSource::Displacement(double nominal_s, double step) {
   double total = 0;
   const auto add = [&](SequenceStats &stats, double value) {
     stats.Add(value);
@@ -236,29 +321,37 @@ double EdgeSource::Displacement(double nominal_s, int step) {
                                                 : dirac_.Bits() >> 63 != 0;
     add(truth_->dirac, (late ? 0.5 : -0.5) * spec_.dirac_distance);
   }
-  if (spec_.duty_cycle_distortion != 0) add(truth_->dcd, 0.5 * step * spec_.duty_cycle_distortion);
+  if (spec_.duty_cycle_distortion != 0) {
+    add(truth_->dcd, std::copysign(0.5, step) * spec_.duty_cycle_distortion);
+  }
+  if (spec_.f2_jitter != 0) add(truth_->f2, (ui_ % 2 == 0 ? -0.25 : 0.25) * spec_.f2_jitter);
+  if (spec_.pattern_jitter != 0 && levels_.RunBefore() > 0) {
+    add(truth_->pattern, spec_.pattern_jitter * (1 - std::ldexp(1, 1 - levels_.RunBefore())));
+  }
   return total;
 }
 
 std::optional<SynthEdge> EdgeSource::Next() {
-  int step = 0;
+  double step = 0, before = 0;
   while (step == 0) {
     if (++ui_ >= spec_.ui_count) return std::nullopt;
-    const int bit = bits_.Next();
-    step = bit - level_;
-    level_ = bit;
+    before = level_;
+    level_ = levels_.Next();
+    step = 0.5 * (level_ - before);
   }
   const double nominal_s = NominalPosition(spec_, static_cast<double>(ui_)) / spec_.bit_rate;
   const double wanted =
       (nominal_s + Displacement(nominal_s, step)) * spec_.bit_rate * spec_.samples_per_ui;
   const double position = std::max(wanted, last_position_);
   truth_->held_edges += position != wanted;
-  const double time_s = position * spec_.sample_interval();
-  truth_->total.Add(time_s - nominal_s);
-  if (truth_->rising_edges + truth_->falling_edges == 0) truth_->first_edge = time_s;
-  truth_->last_edge = time_s;
-  ++(step > 0 ? truth_->rising_edges : truth_->falling_edges);
   last_position_ = position;
+  if (before * level_ < 0) {
+    const double time_s = position * spec_.sample_interval();
+    truth_->total.Add(time_s - nominal_s);
+    if (truth_->rising_edges + truth_->falling_edges == 0) truth_->first_edge = time_s;
+    truth_->last_edge = time_s;
+    ++(step > 0 ? truth_->rising_edges : truth_->falling_edges);
+  }
   return SynthEdge{position, step};
 }
 
@@ -266,7 +359,7 @@ SignalSynth::SignalSynth(const SynthSpec &spec)
     : spec_(Checked(spec)),
       edge_source_(spec, &truth_),
       noise_(spec.seed, 3),
-      settled_level_(BitSource(spec).Next() ? 1 : -1),
+      settled_level_(edge_source_.level()),
       half_ramp_(0.5 * ResolvedEdgeTime(spec) / spec.sample_interval()) {
   truth_.sample_count = static_cast<uint64_t>(
       spec.samples_per_ui * NominalPosition(spec, static_cast<double>(spec.ui_count)));

@@ -15,7 +15,7 @@
 
 namespace app {
 
-enum class Pattern { kClock, kPrbs7, kPrbs9, kPrbs15, kPrbs23, kPrbs31, kBits };
+enum class Pattern { kClock, kPrbs7, kPrbs9, kPrbs15, kPrbs23, kPrbs31, kTransmitter, kBits };
 
 struct PatternName {
   const char *name;
@@ -35,7 +35,14 @@ struct SynthSpec {
   double dirac_distance = 0;
   double dirac_frequency = 0;
   double duty_cycle_distortion = 0;
+  double f2_jitter = 0;
+  double pattern_jitter = 0;
+  double preshoot = 0;
+  double deemphasis = 0;
   double noise_rms = 0;
+  double common_mode = 0;
+  double common_mode_amplitude = 0;
+  double common_mode_frequency = 0;
   double ssc_depth = 0;
   double ssc_rate = 0;
   uint64_t ui_count = 1'000'000;
@@ -82,15 +89,18 @@ struct SynthTruth {
   uint64_t sample_count = 0;
   uint64_t rising_edges = 0, falling_edges = 0;
   uint64_t held_edges = 0;  // would have come before their predecessor and were held at it
-  double first_edge = 0, last_edge = 0;     // seconds from sample 0
-  SequenceStats rj, sj, dirac, dcd, total;  // displacements of the edges, seconds
-  SequenceStats noise;                      // volts, one for each sample
+  double first_edge = 0, last_edge = 0;  // seconds from sample 0
+  SequenceStats rj, sj, dirac, dcd;      // displacements of the edges, seconds
+  SequenceStats f2, pattern, total;
+  SequenceStats noise;  // volts, one for each sample
 };
 
-// Edge in units of samples from sample 0; step is +1 for a rising and -1 for a falling edge.
+// Edge in units of samples from sample 0; step is half of the change of a level that is -1 or +1
+// without equalisation: +1 for a rising and -1 for a falling edge, less for a change of the level
+// within a run of equal bits.
 struct SynthEdge {
   double position;
-  int step;
+  double step;
 };
 
 // xoshiro256++ with a stream number, so that switching one disturbance on leaves the others' values
@@ -121,26 +131,52 @@ class BitSource {
   uint32_t state_ = 0;
 };
 
+// Weights of the bit before, the present and the bit behind, of a transmitter that is held to its
+// full swing: their magnitudes add up to 1.
+struct TransmitterTaps {
+  double before, present, behind;
+};
+TransmitterTaps TapsOf(const SynthSpec &spec);
+
+// Levels of the bits in order.
+class LevelSource {
+ public:
+  explicit LevelSource(const SynthSpec &spec);
+  double Next();  // -1 or +1 without equalisation
+  // Of the bit whose level came last: how many equal bits ended right before it, 0 inside a run.
+  int RunBefore() const { return run_before_; }
+
+ private:
+  BitSource bits_;
+  TransmitterTaps taps_;
+  int previous_, present_, next_;  // -1 or +1
+  int run_ = 0, run_before_ = 0;
+};
+
 // Edges of the signal in time order; bit i begins at i unit intervals, bit 0 has no edge before it.
 class EdgeSource {
  public:
   EdgeSource(const SynthSpec &spec, SynthTruth *truth);
   std::optional<SynthEdge> Next();
+  double level() const { return level_; }
 
  private:
-  double Displacement(double nominal_s, int step);
+  double Displacement(double nominal_s, double step);
 
   SynthSpec spec_;
   SynthTruth *truth_;
-  BitSource bits_;
+  LevelSource levels_;
   RandomStream rj_, dirac_;
   uint64_t ui_ = 0;
-  int level_;
+  double level_;
   double last_position_ = 0;
 };
 
 // Start of unit interval `ui` in units of the nominal interval, with the spread spectrum in it.
 double NominalPosition(const SynthSpec &spec, double ui);
+
+// Of a single-ended pair at a sample, volts: what both halves have besides their signal.
+double CommonMode(const SynthSpec &spec, uint64_t sample);
 
 // Duration of the edge ramp: as given, or the default when it is left at 0.
 double ResolvedEdgeTime(const SynthSpec &spec);
@@ -172,7 +208,7 @@ class SignalSynth {
   std::vector<SynthEdge> *record_ = nullptr;
   std::optional<SynthEdge> upcoming_;
   std::deque<SynthEdge> moving_;  // edges whose ramp holds the present sample
-  int settled_level_;             // -1 or +1 before the moving edges
+  double settled_level_;          // before the moving edges
   double half_ramp_;              // in samples
   uint64_t cursor_ = 0;
 };

@@ -155,6 +155,45 @@ TEST(SignalSynth, RampsOfAnyLengthAddUp) {
   }
 }
 
+TEST(SignalSynth, TransmitterTapsMakeTheirDecibels) {
+  SynthSpec spec;
+  spec.pattern = Pattern::kBits;
+  spec.bits = {1, 1, 1, 1, 0, 0, 0, 0};
+  spec.ui_count = 16;
+  spec.samples_per_ui = 10;
+  spec.edge_time = 12.5e-12;  // a sample
+  spec.preshoot = 3.5;
+  spec.deemphasis = -6;
+  const SynthCapture capture = Synthesize(spec);
+  const auto level = [&](size_t bit) { return std::abs(double{capture.samples[10 * bit + 5]}); };
+  // Samples are floats: 20 log10 of a ratio is off by 8.7 x 2^-24 at the most, twice.
+  EXPECT_NEAR(20 * std::log10(level(7) / level(6)), 3.5, 2e-6);
+  EXPECT_NEAR(20 * std::log10(level(6) / level(4)), -6, 2e-6);
+  EXPECT_EQ(level(5), level(6));
+  // A bit alone takes the full swing.
+  spec.bits = {1, 0, 0, 1, 0, 0};
+  EXPECT_NEAR(std::abs(Synthesize(spec).samples[35]), 0.5 * spec.swing, 1e-7);
+}
+
+TEST(SignalSynth, EvenOddAndPatternJitterFollowTheirDefinitions) {
+  SynthSpec spec;
+  spec.pattern = Pattern::kTransmitter;
+  spec.ui_count = 10 * 832;
+  spec.f2_jitter = 2e-12;
+  spec.pattern_jitter = 5e-12;
+  const SynthCapture capture = Synthesize(spec);
+  double before_ui = 0;
+  for (const SynthEdge &edge : capture.edges) {
+    const double time_s = edge.position * spec.sample_interval();
+    const double ui = std::round(time_s / 125e-12), run = ui - before_ui;
+    const double expected = 125e-12 * ui + (std::fmod(ui, 2) == 0 ? -0.5e-12 : 0.5e-12) +
+                            5e-12 * (1 - std::exp2(1 - run));
+    ASSERT_NEAR(time_s, expected, 1e-20) << ui;
+    before_ui = ui;
+  }
+  EXPECT_EQ(capture.truth.f2.count(), capture.edges.size());
+}
+
 TEST(SignalSynth, SinusoidAndDutyCycleFollowTheirDefinitions) {
   SynthSpec spec;
   spec.pattern = Pattern::kClock;
