@@ -1810,11 +1810,10 @@ typedef struct VomoDualPortTrial {
  * psPatternDDj, for a trim that leaves nothing, or for an unknown eVoltageMarginType;
  * PARAM_OUT_OF_RANGE for a waveform with fewer than two crossovers and for histogram bins of no
  * width; NOT_ENOUGH_UI for a clock of fewer than ulMinUIForOfficialTest edges; HANDLES_EXHAUSTED
- * when the block of the eye's outputs cannot be had; otherwise the error word of the stage that
- * failed.
- *
- * Not there yet in this version: the parameter dump is passed over, and a Gen3 run is
- * NOT_IMPLEMENTED. */
+ * when the block of the eye's outputs cannot be had; COMPUTATION_ERROR with a reason in a Gen3 run
+ * whose pattern does not repeat or never has two single bits in a row; otherwise the error word of
+ * the stage that failed. A Gen3 run ends with the status of its target runs: none of that length is
+ * no failure, and the other two patterns' voltages never are one. */
 VOMO_API VomoStatus Vomo_GENERAL_COMPLIANCE(VomoWaveform *psWaveform, VomoWaveform *psComplement,
                                             VomoComplianceParams sParameters,
                                             VomoComplianceResults *psResults, void *pvPassThrough,

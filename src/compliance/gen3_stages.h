@@ -15,7 +15,8 @@ namespace vomo {
 VomoStatus Vomo_TakeOutGen3Jitter(VomoCrossoverData *psCrossovers, double dTargetUI,
                                   VomoGen3Results *psGen3Results, Received<int16_t> *pRunLengths);
 
-// Measures the voltages of the known patterns between two crossover indices.
+// Measures the voltages of the known patterns between two crossover indices. Only the target runs
+// decide the status, and a pattern that is not there fails nothing.
 VomoStatus Vomo_MeasureGen3Voltages(const VomoWaveform *psWaveform,
                                     const VomoCrossoverData *psCrossovers, uint32_t ulFirst,
                                     uint32_t ulLast, const int16_t *psRunLengths,
