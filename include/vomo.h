@@ -2296,6 +2296,84 @@ VOMO_API VomoStatus Vomo_DERATE_DEMPHASIS_JITTER(VomoCrossoverData *psRunInfo,
                                                  uint32_t ulLast,
                                                  const float *pfVoltages) VOMO_NOEXCEPT;
 
+/* Direct voltage of a common mode: extremes and mean of the samples ulFirst to ulLast.
+ *
+ * pfSamples: ulSampleCount volts. pdMax, pdMin, pdMean: volts, the mean rounded to float.
+ * PARAM_OUT_OF_RANGE for ulFirst above ulLast and for ulLast outside the samples. */
+VOMO_API VomoStatus Vomo_DC_COMMON_MODE(uint32_t ulSampleCount, const float *pfSamples,
+                                        uint32_t ulFirst, uint32_t ulLast, double *pdMax,
+                                        double *pdMin, double *pdMean) VOMO_NOEXCEPT;
+
+/* Alternating voltage of a common mode, peak to peak, in a band and below a corner. Its samples are
+ * cut at both ends to a stretch that closes on itself, their mean is taken off, and filters of
+ * first order are applied to their spectrum, so the stretch counts as one period.
+ *
+ * pfSamples: ulSampleCount volts, at least one.
+ * fGuardFraction: share of the stretch left out at each end of a filtered signal, not below 0.
+ * dHighPassFc, dBandLowPassFc: 3 dB corners of the band, hertz.
+ * dLowPassFc: 3 dB corner of the low pass alone, hertz.
+ * dSampleInterval: seconds, above 0.
+ * pdBandPeakPeak, pdLowPassPeakPeak: volts.
+ * PARAM_OUT_OF_RANGE for values outside these ranges; PARAM_NOT_VALID for a stretch of a single
+ * sample; COMPUTATION_ERROR when the guards leave nothing. */
+VOMO_API VomoStatus Vomo_AC_COMMON_MODE_VOLTAGE(const float *pfSamples, uint32_t ulSampleCount,
+                                                float fGuardFraction, double dHighPassFc,
+                                                double dBandLowPassFc, double dLowPassFc,
+                                                double dSampleInterval, double *pdBandPeakPeak,
+                                                double *pdLowPassPeakPeak) VOMO_NOEXCEPT;
+
+/* Voltage levels of a transmitter with de-emphasis. A block of samples 2 UI less two samples long
+ * that moves by less than 0.05 V is flat: the steady levels are the medians of the means of the
+ * flat blocks above and below 0 V, taken over those within 20 % of the median of all. The peak
+ * levels are the medians of local extremes beyond 1.3 times the steady level, looked for in the
+ * middle of consecutive triples of samples.
+ *
+ * psWaveform, ulFirst, ulLast: the samples used; the last below the sample count and above the
+ *   first. Sample interval above 0.
+ * dUI: unit interval, seconds, more than one sample.
+ * afVoltageLevels: four floats, volts: high and low level at the peak of a bit straight behind an
+ *   edge, steady high and steady low level. A peak level without an extreme is the steady level.
+ * PARAM_OUT_OF_RANGE for values outside these ranges. PATTERN_NOT_FOUND when a polarity has no
+ * steady level, as in a range shorter than one block: then only the two steady levels are written,
+ * a missing one as Vomo_MEDIAN_FLOAT gives it for a range of no elements. */
+VOMO_API VomoStatus Vomo_FIND_AVE_VOLTAGE_LEVELS(const VomoWaveform *psWaveform, uint32_t ulFirst,
+                                                 uint32_t ulLast, double dUI,
+                                                 float *afVoltageLevels) VOMO_NOEXCEPT;
+
+/* Rise and fall times from the slopes of the edges ulFirst to ulLast: the share of the swing from
+ * fLowFraction to fHighFraction over the slope. The swing lies between the peak levels; an edge
+ * with CROSSOVER_DEEMPH starts from the steady level instead and ends at the peak one.
+ *
+ * psEdges: at least two edges with their flag bytes; times are not used. An edge whose two low flag
+ *   bits are not exactly CROSSOVER_RISE falls.
+ * pdSlopes: volts per second, one for each edge of the list, of either sign; 0 gives infinity.
+ * afVoltageLevels: four levels as Vomo_FIND_AVE_VOLTAGE_LEVELS gives them.
+ * fLowFraction, fHighFraction: 0.2 and 0.8 for the times from 20 % to 80 %.
+ * pulCount: ulLast - ulFirst + 1. ppdTimes, pHandle: as many seconds, the first for edge ulFirst;
+ *   the caller frees them.
+ * PARAM_OUT_OF_RANGE for fewer than two edges, for ulLast not above ulFirst or outside the list. */
+VOMO_API VomoStatus Vomo_FIND_RISE_FALL_TIMES_SLOPE(const VomoCrossoverData *psEdges,
+                                                    const double *pdSlopes, uint32_t ulFirst,
+                                                    uint32_t ulLast, const float *afVoltageLevels,
+                                                    float fLowFraction, float fHighFraction,
+                                                    uint32_t *pulCount, double **ppdTimes,
+                                                    VomoHandle *pHandle) VOMO_NOEXCEPT;
+
+/* Rise and fall times from the samples around the edges: the time between the two crossings of the
+ * thresholds, each placed by a straight line through two samples. From the edge's sample the search
+ * goes back to the threshold that the edge comes from and then on to the other one; it ends at the
+ * first and at the last sample. Thresholds are fraction * top + (1 - fraction) * bottom with the
+ * levels between which Vomo_FIND_RISE_FALL_TIMES_SLOPE takes its swing.
+ *
+ * psEdges: at least two edges with times and flag bytes. A time outside the samples counts as that
+ *   of the nearest one.
+ * psWaveform: the samples, at least one.
+ * The other arguments and the failures are those of Vomo_FIND_RISE_FALL_TIMES_SLOPE. */
+VOMO_API VomoStatus Vomo_FIND_RISE_FALL_TIMES_WAVEFORM(
+    const VomoCrossoverData *psEdges, const VomoWaveform *psWaveform, uint32_t ulFirst,
+    uint32_t ulLast, const float *afVoltageLevels, float fLowFraction, float fHighFraction,
+    uint32_t *pulCount, double **ppdTimes, VomoHandle *pHandle) VOMO_NOEXCEPT;
+
 /* ============================== Low-frequency signalling ==================================== */
 
 /* Settings of the burst test, and the four fields called written. */
