@@ -97,9 +97,7 @@ class Folder {
     };
     const auto class_of = [&](size_t k) {
       if (!whole(k)) return kOutside;
-      const float before = samples_[Nearest(clock[k - 1], clock[k])];
-      const float here = samples_[Nearest(clock[k], clock[k + 1])];
-      return static_cast<int>(before * here > 0 ? BitClass::kNonTransition : BitClass::kTransition);
+      return static_cast<int>(ClassOfBit(samples_, clock[k - 1], clock[k], clock[k + 1]));
     };
     int before = kOutside, own = kOutside;
     for (size_t k = 0; k + 1 < clock.size(); ++k) {
@@ -123,10 +121,6 @@ class Folder {
   }
 
  private:
-  static size_t Nearest(double begin, double end) {
-    return static_cast<size_t>(std::lround(0.5 * (begin + end)));
-  }
-
   std::unique_ptr<HalfGrid> &Place(int half, int own, int neighbour) {
     return halves_[static_cast<size_t>((half * kPairClasses + own) * kPairClasses + neighbour)];
   }

@@ -14,6 +14,17 @@ namespace app {
 enum class BitClass { kTransition, kNonTransition, kAll };
 constexpr int kBitClasses = 3;
 
+// Of the bit from begin to end, the bit before it beginning at before: positions in samples, within
+// the samples.
+inline BitClass ClassOfBit(std::span<const float> samples, double before, double begin,
+                           double end) {
+  const auto middle = [&](double a, double b) {
+    return samples[static_cast<size_t>(0.5 * (a + b) + 0.5)];
+  };
+  return middle(before, begin) * middle(begin, end) > 0 ? BitClass::kNonTransition
+                                                        : BitClass::kTransition;
+}
+
 // The cells of an eye over two UI: the bit itself from 0 to 1 UI and half of each neighbour.
 struct EyeGrid {
   static constexpr int kColumnsPerUi = 256;

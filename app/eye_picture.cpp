@@ -27,8 +27,8 @@ struct SurfaceOwner {
 using Surface = std::unique_ptr<cairo_surface_t, SurfaceOwner>;
 using Context = std::unique_ptr<cairo_t, SurfaceOwner>;
 
-Surface NewSurface(int width, int height) {
-  return Surface(cairo_image_surface_create(CAIRO_FORMAT_RGB24, width, height));
+Surface NewSurface(cairo_format_t format, int width, int height) {
+  return Surface(cairo_image_surface_create(format, width, height));
 }
 
 std::string PngBytes(cairo_surface_t *surface) {
@@ -44,7 +44,7 @@ std::string PngBytes(cairo_surface_t *surface) {
 }
 
 Surface CellSurface(const EyeGrid &grid) {
-  Surface surface = NewSurface(EyeGrid::kColumns, EyeGrid::kRows);
+  Surface surface = NewSurface(CAIRO_FORMAT_ARGB32, EyeGrid::kColumns, EyeGrid::kRows);
   const uint64_t greatest = *std::max_element(grid.cells.begin(), grid.cells.end());
   unsigned char *pixels = cairo_image_surface_get_data(surface.get());
   const auto stride = static_cast<size_t>(cairo_image_surface_get_stride(surface.get()));
@@ -52,8 +52,10 @@ Surface CellSurface(const EyeGrid &grid) {
     auto *line = reinterpret_cast<uint32_t *>(
         pixels + static_cast<size_t>(EyeGrid::kRows - 1 - row) * stride);
     for (int column = 0; column < EyeGrid::kColumns; ++column) {
-      uint32_t pixel = 0;
-      for (const double part : CellColour(grid.At(row, column), greatest)) {
+      const uint64_t weight = grid.At(row, column);
+      if (weight == 0) continue;  // new surfaces are transparent
+      uint32_t pixel = 0xff;
+      for (const double part : CellColour(weight, greatest)) {
         pixel = pixel << 8 | static_cast<uint32_t>(std::lround(part * 255));
       }
       line[column] = pixel;
@@ -72,7 +74,7 @@ class EyePage {
   EyePage(const EyeGrid &grid, double unit_interval_s)
       : grid_(grid),
         unit_interval_s_(unit_interval_s),
-        surface_(NewSurface(kWidth, kHeight)),
+        surface_(NewSurface(CAIRO_FORMAT_RGB24, kWidth, kHeight)),
         context_(cairo_create(surface_.get())) {
     cairo_set_source_rgb(cr(), 1, 1, 1);
     cairo_paint(cr());
@@ -82,6 +84,9 @@ class EyePage {
   void DrawCells() {
     const Surface cells = CellSurface(grid_);
     cairo_save(cr());
+    cairo_rectangle(cr(), kLeft, kTop, kPlotWidth, kPlotHeight);
+    cairo_set_source_rgb(cr(), kEmptyCell[0], kEmptyCell[1], kEmptyCell[2]);
+    cairo_fill(cr());
     cairo_translate(cr(), kLeft, kTop);
     cairo_scale(cr(), kPlotWidth / EyeGrid::kColumns, kPlotHeight / EyeGrid::kRows);
     cairo_set_source_surface(cr(), cells.get(), 0, 0);
@@ -242,6 +247,11 @@ Colour CellColour(uint64_t weight, uint64_t greatest) {
   if (weight == 0) return kEmptyCell;
   const double hits = static_cast<double>(weight) / EyeGrid::kWeight;
   return MapColour(std::log(hits / kLeastHits) / std::log(ScaleSpan(greatest)));
+}
+
+ColourRange ColourRangeOf(const EyeGrid &grid) {
+  const uint64_t greatest = *std::max_element(grid.cells.begin(), grid.cells.end());
+  return {kLeastHits, kLeastHits * ScaleSpan(greatest)};
 }
 
 std::string BareEyePng(const EyeGrid &grid) {

@@ -37,7 +37,14 @@ Colour MapColour(double share);
 constexpr Colour kEmptyCell = {0.97, 0.97, 0.96};
 Colour CellColour(uint64_t weight, uint64_t greatest);
 
-// The bytes of a PNG file: the bare cells, one pixel each, highest voltage on top.
+// Where the map of a grid begins and ends, in whole passages of a bit through a cell's column.
+struct ColourRange {
+  double least_hits, most_hits;
+};
+ColourRange ColourRangeOf(const EyeGrid &grid);
+
+// The bytes of a PNG file: the bare cells, one pixel each, highest voltage on top; cells without
+// any weight are transparent.
 std::string BareEyePng(const EyeGrid &grid);
 // The eye with axes, overlay, colour scale and a title, ready for a slide.
 std::string EyePng(const EyeGrid &grid, const EyeOverlay &overlay, const std::string &title,

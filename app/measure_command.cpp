@@ -12,12 +12,15 @@
 #include "commands.h"
 #include "engineering.h"
 #include "json_output.h"
+#include "measure_report.h"
 #include "measurement.h"
+#include "output_file.h"
 #include "reading_options.h"
 #include "result_json.h"
 #include "result_rows.h"
 #include "settings_command.h"
 #include "signal_summary.h"
+#include "template_test.h"
 #include "terminal.h"
 
 namespace app {
@@ -26,7 +29,7 @@ namespace {
 struct MeasureOptions {
   CaptureOptions captures;
   SettingsRequest settings;
-  std::string json_path;
+  std::string json_path, report_path;
   bool timing = false;
 };
 
@@ -60,18 +63,36 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   const VomoComplianceParams &params = settings.params();
   CheckSupported(params);
   JsonOutput json_output(options.json_path);
+  std::optional<OutputFile> report;
+  if (!options.report_path.empty()) report.emplace(options.report_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, params, times);
   const std::optional<double> correlation = CorrelationOf(captures);
   ResultsRecord record(params);
-  Measure(captures, params, &record.results, nullptr, times);
+  JitterSequence jitter;
+  Measure(captures, params, &record.results, &jitter, times);
 
+  const Signal signal(captures);
+  std::optional<EyeStep> eye;
+  if (params.psGen3BaseCompParameters == nullptr) {
+    eye = times.Time("template", signal.samples().size(),
+                     [&] { return EyeStep(signal, params, jitter.values()); });
+  }
   const auto [lowest, highest] = VoltageRange(captures);
-  const RunOutcome outcome{params, record.results, lowest, highest, correlation};
+  const RunOutcome outcome{params,  record.results, lowest,
+                           highest, correlation,    eye ? std::optional(eye->hits) : std::nullopt};
   const std::vector<ResultRow> rows = ResultRows(outcome);
   if (!json_output.OnStandardOutput()) PrintTable(outcome, rows, captures);
   if (json_output.wanted()) {
     times.Time("json", 0,
                [&] { json_output.Write(ResultJson(outcome, rows, captures, document)); });
+  }
+  if (report) {
+    times.Time("report", signal.samples().size(), [&] {
+      const ProgressLine progress("writing " + options.report_path);
+      report->Write(MeasureReport(outcome, rows, captures, signal, eye ? &eye->clock : nullptr,
+                                  jitter.values(), document));
+      report->Commit();
+    });
   }
   if (options.timing) fmt::print(stderr, "{}", times.Table());
   const bool passed =
@@ -90,6 +111,8 @@ void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code) {
   AddDumpOption(command, &options->settings);
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");
+  command->add_option("--report", options->report_path,
+                      "write the result with its pictures as one HTML page");
   command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
   command->callback([options, exit_code] { *exit_code = RunMeasure(*options); });
 }

@@ -19,6 +19,9 @@ class App;
 
 namespace app {
 
+// In the margins of a run: no trace was there to be measured.
+constexpr uint32_t kNoInterval = 0xFFFFFFFF;
+
 struct CaptureOptions {
   std::vector<std::string> paths;  // one, or the positive and the negative half
   CaptureRequest reading;
@@ -50,6 +53,9 @@ struct ResultsRecord {
   explicit ResultsRecord(const VomoComplianceParams &params) {
     gen3.psPatternDDj = &pattern;
     if (params.psGen3BaseCompParameters != nullptr) results.psGen3Results = &gen3;
+    for (VomoTemplateMargins *margins : {&results.sTransMargins, &results.sNonTransMargins}) {
+      margins->ulHighMarginInterval = margins->ulLowMarginInterval = kNoInterval;
+    }
   }
   ResultsRecord(const ResultsRecord &) = delete;
   ResultsRecord &operator=(const ResultsRecord &) = delete;

@@ -22,6 +22,10 @@ Json CaptureJson(const Capture &capture) {
 
 namespace {
 
+Json HitsJson(const TemplateHits &hits) {
+  return {{"samples", hits.samples}, {"template_hits", hits.hits}, {"hit_ratio", hits.ratio()}};
+}
+
 Json RowJson(const ResultRow &row) {
   Json json = {{"quantity", row.quantity},
                {"value", NumberOrNull(row.value)},
@@ -29,7 +33,7 @@ Json RowJson(const ResultRow &row) {
                {"method", row.method}};
   if (row.ui_count > 0) json["ui_count"] = row.ui_count;
   if (row.limit) {
-    json["limit"] = NumberOrNull(*row.limit);
+    json[row.limit_is_least ? "least" : "limit"] = NumberOrNull(*row.limit);
     json["passed"] = row.passed();
   }
   return json;
@@ -53,6 +57,10 @@ Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
     json["rows"].push_back(RowJson(row));
   }
   json["within_limits"] = passed;
+  if (outcome.eye) {
+    json["eye"] = {{"transition", HitsJson(outcome.eye->transition)},
+                   {"non_transition", HitsJson(outcome.eye->non_transition)}};
+  }
   json["results"] = RecordToJson(kComplianceResultsType, &outcome.results);
   json["results_units"] = RecordUnits(kComplianceResultsType);
   json["settings"] = settings;

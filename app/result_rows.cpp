@@ -8,6 +8,7 @@
 #include <numbers>
 
 #include "engineering.h"
+#include "measurement.h"
 
 namespace app {
 namespace {
@@ -54,6 +55,36 @@ std::string PatternMethod(const RunOutcome &run) {
   return run.results.ePatChkResult == PATCHK_OK ? "run lengths fit" : "run lengths do not fit";
 }
 
+std::string Rails(double low_v, double high_v) {
+  return fmt::format("samples beyond {} and {}", Engineering(low_v, "V", 4),
+                     Engineering(high_v, "V", 4));
+}
+
+std::string HitShare(const TemplateHits &hits) {
+  return fmt::format("{:.3g} of {} samples, inside the template", hits.ratio(), hits.samples);
+}
+
+// Volts outside the template, negative inside it; NaN when no trace was there to be measured.
+double Margin(uint32_t interval, double outside_v) {
+  return interval == kNoInterval ? NAN : outside_v;
+}
+
+std::string MarginMethod(const RunOutcome &run) {
+  return run.params.eVoltageMarginType == Vomo_RANGE_MAX
+             ? "trimmed level where the eye is widest open"
+             : "innermost trace at the template's centre";
+}
+
+bool HasEye(const RunOutcome &run) {
+  return run.eye.has_value();
+}
+bool HasTemplate(const RunOutcome &run) {
+  return HasEye(run) && run.params.sTransTemplate.ulArrayLength > 0;
+}
+bool HasNonTransTemplate(const RunOutcome &run) {
+  return HasEye(run) && run.params.sNonTransTemplate.ulArrayLength > 0;
+}
+
 using Value = double (*)(const RunOutcome &);
 using Text = std::string (*)(const RunOutcome &);
 using Count = uint64_t (*)(const RunOutcome &);
@@ -67,6 +98,7 @@ struct RowDefinition {
   Count ui_count;
   Value limit = nullptr;  // a limit of 0 is none
   bool (*shown)(const RunOutcome &) = [](const RunOutcome &) { return true; };
+  bool limit_is_least = false;
 };
 
 #define VALUE(expression) \
@@ -109,6 +141,33 @@ const RowDefinition kRows[] = {
      TEXT(AtTarget(run, "unit interval less Tj")), TrimmedUi},
     {"Highest voltage", "V", 4, VALUE(run.highest_v), TEXT("greatest sample"), NoUi},
     {"Lowest voltage", "V", 4, VALUE(run.lowest_v), TEXT("least sample"), NoUi},
+    {"Rail violations, transition", "", 1, VALUE(run.results.ulTransRailViolations),
+     TEXT(Rails(run.params.fTransitionLowVoltageRail, run.params.fTransitionHighVoltageRail)), NoUi,
+     VALUE(0), HasEye},
+    {"Rail violations, non-transition", "", 1, VALUE(run.results.ulNonTransRailViolations),
+     TEXT(Rails(run.params.NonTransitionLowVoltageRail, run.params.fNonTransitionHighVoltageRail)),
+     NoUi, VALUE(0), HasEye},
+    {"Template hits, transition", "", 1, VALUE(static_cast<double>(run.eye->transition.hits)),
+     TEXT(HitShare(run.eye->transition)), NoUi, VALUE(0), HasTemplate},
+    {"Template hits, non-transition", "", 1,
+     VALUE(static_cast<double>(run.eye->non_transition.hits)),
+     TEXT(HitShare(run.eye->non_transition)), NoUi, VALUE(0), HasNonTransTemplate},
+    {"Upper margin, transition", "V", 4,
+     VALUE(Margin(run.results.sTransMargins.ulHighMarginInterval,
+                  run.results.sTransMargins.fHighMargin)),
+     MarginMethod, NoUi, VALUE(0), HasTemplate, true},
+    {"Lower margin, transition", "V", 4,
+     VALUE(Margin(run.results.sTransMargins.ulLowMarginInterval,
+                  -run.results.sTransMargins.fLowMargin)),
+     MarginMethod, NoUi, VALUE(0), HasTemplate, true},
+    {"Upper margin, non-transition", "V", 4,
+     VALUE(Margin(run.results.sNonTransMargins.ulHighMarginInterval,
+                  run.results.sNonTransMargins.fHighMargin)),
+     MarginMethod, NoUi, VALUE(0), HasNonTransTemplate, true},
+    {"Lower margin, non-transition", "V", 4,
+     VALUE(Margin(run.results.sNonTransMargins.ulLowMarginInterval,
+                  -run.results.sNonTransMargins.fLowMargin)),
+     MarginMethod, NoUi, VALUE(0), HasNonTransTemplate, true},
 };
 #undef VALUE
 #undef TEXT
@@ -127,7 +186,7 @@ Line LineOf(const ResultRow &row, double unit_interval_s) {
   if (row.unit == "s") line[2] = Engineering(row.value / unit_interval_s * 1e3, "", row.digits);
   if (row.ui_count > 0) line[3] = fmt::format("{}", row.ui_count);
   if (row.limit) {
-    line[4] = Engineering(*row.limit, row.unit, row.digits);
+    line[4] = LimitText(row);
     line[5] = row.passed() ? "pass" : "FAIL";
   }
   line[6] = row.method;
@@ -140,6 +199,11 @@ std::string Coloured(const std::string &line, bool passed) {
 
 }  // namespace
 
+std::string LimitText(const ResultRow &row) {
+  if (!row.limit) return {};
+  return (row.limit_is_least ? ">= " : "") + Engineering(*row.limit, row.unit, row.digits);
+}
+
 std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
   std::vector<ResultRow> rows;
   for (const RowDefinition &definition : kRows) {
@@ -149,7 +213,9 @@ std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
                   std::nullopt};
     if (definition.limit != nullptr) {
       const double limit = definition.limit(outcome);
-      if (limit > 0 || row.unit.empty()) row.limit = limit;
+      row.limit_is_least = definition.limit_is_least;
+      const bool meant = limit > 0 || row.unit.empty() || row.limit_is_least;
+      if (meant && std::isfinite(row.value)) row.limit = limit;
     }
     rows.push_back(std::move(row));
   }

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "template_test.h"
+
 namespace app {
 
 struct RunOutcome {
@@ -15,6 +17,7 @@ struct RunOutcome {
   const VomoComplianceResults &results;
   float lowest_v, highest_v;               // of the signal as measured
   std::optional<double> pair_correlation;  // of the halves of a pair
+  std::optional<EyeHits> eye;              // unless the run measures no eye
 };
 
 struct ResultRow {
@@ -25,11 +28,15 @@ struct ResultRow {
   std::string method;
   uint64_t ui_count;            // how many unit intervals stand behind it, 0 if not counted in them
   std::optional<double> limit;  // the greatest value that passes
+  bool limit_is_least = false;  // or the least one
 
-  bool passed() const { return !limit || value <= *limit; }
+  bool passed() const { return !limit || (limit_is_least ? value >= *limit : value <= *limit); }
 };
 
 std::vector<ResultRow> ResultRows(const RunOutcome &outcome);
+
+// The limit of a row as readers see it; empty without one.
+std::string LimitText(const ResultRow &row);
 
 // The rows as aligned lines; times also in thousandths of the nominal unit interval.
 std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_s, bool colour);

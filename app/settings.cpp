@@ -9,6 +9,7 @@
 #include "failure.h"
 #include "parameter_dump_reader.h"
 #include "run_records.h"
+#include "template_test.h"
 
 namespace app {
 namespace {
@@ -178,6 +179,9 @@ void CheckDumpFile(const std::string &path) {
 
 RunSettings::RunSettings(const Json &document) {
   JsonToRecord(kRunSettingsType, document, "", &record_, &storage_);
+  VomoComplianceParams &params = record_.params;
+  PrepareTemplate(params.sTransTemplate, "sTransTemplate", &params.sTransPassFailInfo);
+  PrepareTemplate(params.sNonTransTemplate, "sNonTransTemplate", &params.sNonTransPassFailInfo);
 }
 
 Json BuiltInSettings(double rate, bool dual_port) {
