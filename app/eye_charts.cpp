@@ -30,10 +30,11 @@ void AddMargins(Chart &chart, const ClassMargins &of, const VomoComplianceParams
   const auto add = [&](uint32_t interval, double from_v, double margin_v, const char *name) {
     if (interval == kNoInterval) return;
     const double level_v = from_v + margin_v;
-    chart.outlines.push_back({{{ui, from_v * kMilli}, {ui, level_v * kMilli}},
-                              false,
-                              fmt::format("{} margin {}", name, Engineering(std::abs(margin_v), "V", 4)),
-                              Ink::kViolet});
+    chart.outlines.push_back(
+        {{{ui, from_v * kMilli}, {ui, level_v * kMilli}},
+         false,
+         fmt::format("{} margin {}", name, Engineering(std::abs(margin_v), "V", 4)),
+         Ink::kViolet});
     chart.outlines.push_back(
         {{{ui - 0.03, level_v * kMilli}, {ui + 0.03, level_v * kMilli}}, false, "", Ink::kViolet});
   };
@@ -67,22 +68,30 @@ Chart EyeChart(const EyeGrid &grid, BitClass bits, const ReportSource &source) {
   Chart chart{};
   chart.id = fmt::format("eye-{}", BitClassName(bits));
   chart.title = fmt::format("Eye of {} bits: {} UI", BitClassName(bits), grid.bits);
-  chart.x = {"UI", EyeGrid::kFirstUi, EyeGrid::kFirstUi + 2.0, false,
-             source.unit_interval_s() * kPico, "ps", {}};
+  chart.x = {"UI",
+             EyeGrid::kFirstUi,
+             EyeGrid::kFirstUi + 2.0,
+             false,
+             source.unit_interval_s() * kPico,
+             "ps",
+             {}};
   chart.y = {"mV", grid.lowest_v * kMilli, grid.highest_v * kMilli, false, 0, "", {}};
   for (const EyeOverlay::Line &line : OverlayOf(params, bits).lines) {
-    report::Outline outline{{}, line.closed, line.name,
-                            line.closed ? Ink::kRed : Ink::kOrange};
+    report::Outline outline{{}, line.closed, line.name, line.closed ? Ink::kRed : Ink::kOrange};
     for (const auto &[ui, v] : line.points) outline.points.emplace_back(ui, v * kMilli);
     chart.outlines.push_back(std::move(outline));
   }
   if (bits != BitClass::kNonTransition) {
-    AddMargins(chart, {results.sTransMargins, params.sTransPassFailInfo,
-                       params.sTransTemplate.ulArrayLength}, params);
+    AddMargins(
+        chart,
+        {results.sTransMargins, params.sTransPassFailInfo, params.sTransTemplate.ulArrayLength},
+        params);
   }
   if (bits != BitClass::kTransition) {
-    AddMargins(chart, {results.sNonTransMargins, params.sNonTransPassFailInfo,
-                       params.sNonTransTemplate.ulArrayLength}, params);
+    AddMargins(chart,
+               {results.sNonTransMargins, params.sNonTransPassFailInfo,
+                params.sNonTransTemplate.ulArrayLength},
+               params);
   }
   chart.backdrop = BackdropOf(grid);
   return chart;
@@ -149,8 +158,8 @@ Chart IntervalChart(const Worst &worst, const ReportSource &source) {
       "", count,
       [&](size_t i) { return (static_cast<double>(first + i) * step_s - begin_s) * kPico; },
       [&](size_t i) { return double{waveform.pfSamples[first + i]} * kMilli; }));
-  const double end_s =
-      worst.interval + 1 < edges.size() ? edges[worst.interval + 1] : begin_s + source.unit_interval_s();
+  const double end_s = worst.interval + 1 < edges.size() ? edges[worst.interval + 1]
+                                                         : begin_s + source.unit_interval_s();
   chart.bands.push_back({0, (end_s - begin_s) * kPico});
   chart.guides.push_back({false, 0, "", Ink::kGrey, true});
   return chart;

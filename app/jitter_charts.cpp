@@ -32,7 +32,7 @@ struct Tail {
 };
 
 Tail RightTail(const VomoJitterQRecord &r) {
-  return {r.ulFitCount,     r.dFirstBinValue, r.dPDFBinSize, r.pdQFromLeft,
+  return {r.ulFitCount,   r.dFirstBinValue, r.dPDFBinSize, r.pdQFromLeft,
           r.dRightLineX0, r.dRightLineX1,   r.dRightLineY1};
 }
 // On the mirrored axis.
@@ -59,14 +59,16 @@ Chart Histogram(const ReportSource &source) {
   Chart chart{};
   chart.id = "histogram";
   chart.title = fmt::format("Jitter histogram: {} UI", r.ulPointsUsed);
-  chart.caption = fmt::format("Dj = {} between the Diracs; bins of {}",
-                              Engineering(r.dDjDeltaDelta, "s", 4),
-                              Engineering(pdf.dPDFBinSize, "s", 3));
+  chart.caption =
+      fmt::format("Dj = {} between the Diracs; bins of {}", Engineering(r.dDjDeltaDelta, "s", 4),
+                  Engineering(pdf.dPDFBinSize, "s", 3));
   chart.x.label = "jitter (ps)";
   chart.y.label = "share of the UI in a bin";
   Series series = Gather(
       "filtered jitter", pdf.ulBinCount,
-      [&](size_t k) { return (pdf.dFirstBinValue + static_cast<double>(k) * pdf.dPDFBinSize) * kPico; },
+      [&](size_t k) {
+        return (pdf.dFirstBinValue + static_cast<double>(k) * pdf.dPDFBinSize) * kPico;
+      },
       [&](size_t k) { return pdf.pdPDF[k]; });
   series.style = Style::kStep;
   chart.series.push_back(std::move(series));
@@ -154,14 +156,16 @@ Chart Bathtub(const ReportSource &source) {
   Chart chart{};
   chart.id = "bathtub";
   chart.title = "Bathtub";
-  chart.caption = fmt::format("Solid where it was measured, dashed where the fitted lines are "
-                              "followed. Open at the target: {}, the unit interval less Tj.",
-                              Engineering(ui_s - r.dTjPeakPeak, "s", 4));
+  chart.caption = fmt::format(
+      "Solid where it was measured, dashed where the fitted lines are "
+      "followed. Open at the target: {}, the unit interval less Tj.",
+      Engineering(ui_s - r.dTjPeakPeak, "s", 4));
   chart.x = {"UI", 0.0, 1.0, false, ui_s * kPico, "ps", {}};
   chart.y = {"log10 of the bit error ratio", kLeastLogBer, 0.0, false, 0, "", {}};
   AddWall(chart, RightTail(q), true, ui_s, "left", Ink::kOrange);
   AddWall(chart, LeftTail(q), false, ui_s, "right", Ink::kBlue);
-  chart.guides.push_back({false, target, fmt::format("BER {:.2g}", std::pow(10, target)), Ink::kRed});
+  chart.guides.push_back(
+      {false, target, fmt::format("BER {:.2g}", std::pow(10, target)), Ink::kRed});
   chart.outlines.push_back({{{q.dRightLineX1 / ui_s, target}, {1 - q.dLeftLineX1 / ui_s, target}},
                             false,
                             "eye width at the target",
@@ -186,15 +190,17 @@ Chart AgainstTime(const ReportSource &source) {
   };
   if (source.clock != nullptr) {
     const std::vector<double> &edges = source.clock->edges_s;
-    const auto error = [&](size_t k) { return edges[k] - edges[0] - static_cast<double>(k) * ui_s; };
+    const auto error = [&](size_t k) {
+      return edges[k] - edges[0] - static_cast<double>(k) * ui_s;
+    };
     double mean = 0;
     for (size_t k = 0; k < edges.size(); ++k) mean += error(k) / static_cast<double>(edges.size());
     chart.series.push_back(Gather("TIE, unfiltered", edges.size(), time,
                                   [&](size_t k) { return (error(k) - mean) * kPico; }));
     chart.series.back().ink = Ink::kGrey;
   }
-  chart.series.push_back(Gather("jitter, filtered", jitter.size(), time,
-                                [&](size_t k) { return jitter[k] * kPico; }));
+  chart.series.push_back(
+      Gather("jitter, filtered", jitter.size(), time, [&](size_t k) { return jitter[k] * kPico; }));
   return chart;
 }
 
@@ -211,10 +217,9 @@ std::vector<double> NoiseFloor(const ReportSource &source) {
   std::vector<double> floor(bins.size());
   double *place = floor.data();
   VomoHandle none = 0;
-  const VomoStatus status =
-      VomoFIND_NOISE_FLOOR(bins.data(), spectrum.ulBinCount,
-                           source.outcome.params.sNoiseFloorAlgParams, source.unit_interval_s(),
-                           &place, &none);
+  const VomoStatus status = VomoFIND_NOISE_FLOOR(bins.data(), spectrum.ulBinCount,
+                                                 source.outcome.params.sNoiseFloorAlgParams,
+                                                 source.unit_interval_s(), &place, &none);
   if (Vomo_STATUS_IS_ERROR(status)) floor.clear();
   return floor;
 }
@@ -226,8 +231,9 @@ Chart Spectra(const ReportSource &source) {
   Chart chart{};
   chart.id = "spectrum";
   chart.title = "Jitter spectra";
-  chart.caption = "Amplitude of the sinusoid in each bin. What stands above the noise floor is no "
-                  "part of Rj.";
+  chart.caption =
+      "Amplitude of the sinusoid in each bin. What stands above the noise floor is no "
+      "part of Rj.";
   chart.size = report::Size::kWide;
   chart.x.label = "MHz";
   chart.x.logarithmic = true;
@@ -235,7 +241,8 @@ Chart Spectra(const ReportSource &source) {
   chart.y.logarithmic = true;
   const auto add = [&](const char *name, const double *magnitudes, size_t count, Ink ink) {
     chart.series.push_back(Gather(
-        name, count, [&](size_t k) { return static_cast<double>(k) * spectrum.dBinSpacing * kMega; },
+        name, count,
+        [&](size_t k) { return static_cast<double>(k) * spectrum.dBinSpacing * kMega; },
         [&](size_t k) { return magnitudes[k] * scale; }, true));
     chart.series.back().ink = ink;
   };

@@ -29,7 +29,7 @@ void AddResults(report::Page &page, const std::vector<ResultRow> &rows, double u
                       {},
                       {false, false, false, false, false, false, true}};
   for (const ResultRow &row : rows) {
-    const report::Mark mark = !row.limit       ? report::Mark::kNone
+    const report::Mark mark = !row.limit     ? report::Mark::kNone
                               : row.passed() ? report::Mark::kPass
                                              : report::Mark::kFail;
     table.rows.push_back(
@@ -38,7 +38,10 @@ void AddResults(report::Page &page, const std::vector<ResultRow> &rows, double u
          {row.unit == "s" ? Engineering(row.value / unit_interval_s * 1e3, "", row.digits) : ""},
          {row.ui_count > 0 ? fmt::format("{}", row.ui_count) : ""},
          {LimitText(row)},
-         {!row.limit ? "" : row.passed() ? "pass" : "FAIL", mark},
+         {!row.limit     ? ""
+          : row.passed() ? "pass"
+                         : "FAIL",
+          mark},
          {row.method}});
   }
   page.AddHeading("Results");
@@ -73,10 +76,10 @@ void AddInput(report::Page &page, const std::vector<Capture> &captures) {
       add("size", fmt::format("{} bytes", *capture.bytes()));
       add("SHA-256", FileSha256(capture.path()));
     }
-    add("samples", fmt::format("{} at {}, {} in all", waveform.ulNumSamples,
-                               Engineering(waveform.dSampleInterval, "s", 6),
-                               Engineering(waveform.dSampleInterval * waveform.ulNumSamples, "s",
-                                           4)));
+    add("samples",
+        fmt::format("{} at {}, {} in all", waveform.ulNumSamples,
+                    Engineering(waveform.dSampleInterval, "s", 6),
+                    Engineering(waveform.dSampleInterval * waveform.ulNumSamples, "s", 4)));
     for (const auto &note : capture.notes()) add("note", note);
   }
   table.rows.push_back({{"measured with"}, {"vomo " VOMO_VERSION}});
@@ -101,7 +104,8 @@ std::string MeasureReport(const RunOutcome &outcome, const std::vector<ResultRow
   AddInput(page, captures);
   page.AddHeading("Settings and formulas");
   page.AddDetails("Formulas", kFormulas);
-  page.AddDetails("Settings of the run", settings.dump(2, ' ', false, Json::error_handler_t::replace));
+  page.AddDetails("Settings of the run",
+                  settings.dump(2, ' ', false, Json::error_handler_t::replace));
   return page.Html();
 }
 

@@ -17,7 +17,7 @@ struct RunOutcome {
   const VomoComplianceResults &results;
   float lowest_v, highest_v;               // of the signal as measured
   std::optional<double> pair_correlation;  // of the halves of a pair
-  std::optional<EyeHits> eye;              // unless the run measures no eye
+  std::optional<EyeHits> eye = {};         // unless the run measures no eye
 };
 
 struct ResultRow {
