@@ -164,16 +164,15 @@ extern "C" int32_t FindRepeatPatternLength(const uint16_t *pusRunLengths, uint32
   }
   *pulRepeats = *pulLengthUI = *pulLengthRuns = 0;
   if (ulCount < 3) return 1;
-  return Guarded([&] {
-           const std::optional<RepeatPattern> found = FindPattern(pusRunLengths, ulCount);
-           if (!found) return Vomo_STATUS_COMPUTATION_ERROR;
-           *pulRepeats = found->repeats;
-           *pulLengthUI = found->length_ui;
-           *pulLengthRuns = found->length_runs;
-           return Vomo_STATUS_SUCCESS;
-         }) == Vomo_STATUS_SUCCESS
-             ? 0
-             : 1;
+  const VomoStatus status = Guarded([&] {
+    const std::optional<RepeatPattern> found = FindPattern(pusRunLengths, ulCount);
+    if (!found) return Vomo_STATUS_COMPUTATION_ERROR;
+    *pulRepeats = found->repeats;
+    *pulLengthUI = found->length_ui;
+    *pulLengthRuns = found->length_runs;
+    return Vomo_STATUS_SUCCESS;
+  });
+  return status == Vomo_STATUS_SUCCESS ? 0 : 1;
 }
 
 extern "C" VomoStatus VomoFIND_REPEAT_PATTERN_LENGTH(const uint16_t *pusRunLengths,
