@@ -41,6 +41,8 @@ struct EdgeKind {
 struct KnownWalk {
   uint32_t first = 1, last = 0;
   uint32_t stop = 0;
+
+  bool Holds(uint32_t i) const { return i >= first && i <= last; }
 };
 
 // Walks from an edge to the two thresholds of its kind. What one walk has seen the next one of the
@@ -62,10 +64,10 @@ class EdgeWalk {
 
   // From threshold to threshold, in samples.
   double Duration(uint32_t at) {
-    const uint32_t begin = WalkBack(at);
-    const double start = begin + StepBehind(begin);
-    const uint32_t end = WalkOn(begin);
-    return end - StepBefore(end) - start;
+    const uint32_t begin = Walk(at, true, begin_v_, back_);
+    const double start = begin + (begin == last_ ? 0.0 : ShareTo(begin_v_, begin, begin + 1));
+    const uint32_t end = Walk(begin, false, end_v_, on_);
+    return end - (end == 0 ? 0.0 : ShareTo(end_v_, end, end - 1)) - start;
   }
 
  private:
@@ -74,44 +76,23 @@ class EdgeWalk {
     return double{of_top} + double{of_bottom};
   }
 
-  uint32_t WalkBack(uint32_t i) {
-    const uint32_t from = i;
-    const float begin_v = sign_ * static_cast<float>(begin_v_);
-    while (i > 0 && sign_ * samples_[i] > begin_v) {
-      if (i >= back_.first && i <= back_.last) {
-        i = back_.stop;
-        break;
-      }
-      --i;
-    }
-    if (i < from) back_ = {i + 1, from, i};
-    return i;
-  }
-  uint32_t WalkOn(uint32_t i) {
-    const uint32_t from = i;
-    const float end_v = sign_ * static_cast<float>(end_v_);
-    while (i < last_ && end_v > sign_ * samples_[i]) {
-      if (i >= on_.first && i <= on_.last) {
-        i = on_.stop;
-        break;
-      }
-      ++i;
-    }
-    if (i > from) on_ = {from, i - 1, i};
+  // Back while the edge is beyond its begin, on while it is short of its end.
+  uint32_t Walk(uint32_t from, bool back, double threshold_v, KnownWalk &known) const {
+    const float sign = back ? sign_ : -sign_;
+    const float stop_v = sign * static_cast<float>(threshold_v);
+    const uint32_t limit = back ? 0 : last_;
+    uint32_t i = from;
+    while (i != limit && sign * samples_[i] > stop_v && !known.Holds(i)) i += back ? -1u : 1u;
+    if (known.Holds(i)) i = known.stop;
+    if (i != from) known = {std::min(i, from), std::max(i, from), i};
     return i;
   }
 
-  // From sample i to the begin threshold on the line to the next sample.
-  double StepBehind(uint32_t i) const {
-    if (i == last_ || samples_[i + 1] == samples_[i]) return 0.0;
+  // Where the line from sample i to its neighbour meets the threshold, as a share of the way.
+  double ShareTo(double threshold_v, uint32_t i, uint32_t neighbour) const {
+    if (samples_[neighbour] == samples_[i]) return 0.0;
     const double v = double{samples_[i]};
-    return (begin_v_ - v) / (double{samples_[i + 1]} - v);
-  }
-  // From the end threshold to sample i on the line from the sample in front.
-  double StepBefore(uint32_t i) const {
-    if (i == 0 || samples_[i] == samples_[i - 1]) return 0.0;
-    const double v = double{samples_[i]};
-    return (v - end_v_) / (v - double{samples_[i - 1]});
+    return (threshold_v - v) / (double{samples_[neighbour]} - v);
   }
 
   const float *samples_;

@@ -13,7 +13,7 @@ namespace vomo_test {
 // Interval and unit interval are powers of two: times on the grid of samples, and positions
 // computed from them, are exact.
 constexpr double kStep = 0x1p-36;  // about 14.6 ps
-constexpr int kSamplesPerUi = 8;   //
+constexpr int kSamplesPerUi = 8;
 constexpr double kUi = kSamplesPerUi * kStep;
 
 class RunSignal {

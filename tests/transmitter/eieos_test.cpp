@@ -1,26 +1,13 @@
 #include <gtest/gtest.h>
 #include <vomo.h>
 
-#include <functional>
-#include <limits>
 #include <vector>
 
-#include "support/run_signal.h"
+#include "pattern_entry.h"
 
 namespace {
 
-using vomo_test::kStep;
-using vomo_test::kUi;
-using vomo_test::RunSignal;
-
-// Sample i of a run is plus or minus (i + 1) / 256 V. From sample a to b of it the mean is
-// ((a + b) / 2 + 1) / 256, without rounding.
-double Rising(size_t i) {
-  return (static_cast<double>(i) + 1) / 256;
-}
-float MeanOfRise(double a, double b) {
-  return static_cast<float>(((a + b) / 2 + 1) / 256);
-}
+using namespace vomo_test;
 
 // Runs of these numbers of samples, high ones first.
 RunSignal SignalOf(const std::vector<size_t> &lengths) {
@@ -54,6 +41,7 @@ struct Worker {
                                   signal.crossings().data(), from, signal.last(), ui_s, ratio,
                                   tolerance, first, last, averages, &found);
   }
+  bool Untouched() const { return averages[0] == 77 && averages[1] == 77 && found == 77; }
 };
 
 // Eight UI are 64 samples. A span needs 8 * 0.99 - 0.02 UI, 63.2 samples, a stretch 128 * 0.99 -
@@ -63,6 +51,7 @@ TEST(Eieos, Walk) {
     const char *what;
     std::vector<size_t> lengths;
     uint32_t from, found;
+    float ratio = 0.99f, tolerance = 0.02f;
   } cases[] = {
       {"a stretch that ends on the last crossover", Times(16, 64), 0, 0},
       {"one crossover more", Times(17, 64), 0, 1},
@@ -77,40 +66,25 @@ TEST(Eieos, Walk) {
       {"a short span before the last", Times(14, 66) + Times(1, 60) + Times(2, 66), 0, 0},
       {"long enough spans, too short together", Times(14, 64) + Times(4, 50), 0, 0},
       {"very long runs", Times(17, 640), 0, 1},
+      // With 3/4 and 1/4 a span needs 46 samples and a stretch 766.
+      {"a shortest span", Times(10, 50) + Times(1, 46) + Times(6, 60), 0, 1, 0.75f, 0.25f},
+      {"one too short", Times(10, 50) + Times(1, 45) + Times(6, 60), 0, 0, 0.75f, 0.25f},
+      {"a shortest stretch", Times(15, 46) + Times(2, 76), 0, 1, 0.75f, 0.25f},
+      {"one too short", Times(15, 46) + Times(2, 75), 0, 0, 0.75f, 0.25f},
   };
   for (const auto &c : cases) {
     SCOPED_TRACE(c.what);
     RunSignal signal = SignalOf(c.lengths);
     Worker worker;
     worker.from = c.from;
+    worker.ratio = c.ratio;
+    worker.tolerance = c.tolerance;
     ASSERT_EQ(worker(signal), 0);
     EXPECT_EQ(worker.found, c.found);
     if (c.found == 0) {
       EXPECT_EQ(worker.averages[0], 0.0f);
       EXPECT_EQ(worker.averages[1], 0.0f);
     }
-  }
-}
-
-// Limits that are exact in samples: 8 * 3/4 - 1/4 UI is 46, 128 * 3/4 - 1/4 UI is 766.
-TEST(Eieos, ShortestSpanAndStretch) {
-  const struct {
-    std::vector<size_t> lengths;
-    uint32_t found;
-  } cases[] = {
-      {Times(10, 50) + Times(1, 46) + Times(4, 46) + Times(2, 60), 1},
-      {Times(10, 50) + Times(1, 45) + Times(6, 60), 0},
-      {Times(15, 46) + Times(2, 76), 1},
-      {Times(15, 46) + Times(2, 75), 0},
-  };
-  for (size_t k = 0; k < std::size(cases); ++k) {
-    RunSignal signal = SignalOf(cases[k].lengths);
-    Worker worker;
-    worker.ratio = 0.75f;
-    worker.tolerance = 0.25f;
-    ASSERT_EQ(worker(signal), 0);
-    // A stretch of 10 * 50 + 5 * 46 + 60 = 790 samples or of 15 * 46 + 76 = 766 is long enough.
-    EXPECT_EQ(worker.found, cases[k].found) << k;
   }
 }
 
@@ -152,30 +126,22 @@ TEST(Eieos, ARunOutsideTheSamplesIsLeftOut) {
   EXPECT_EQ(worker.averages[1], 0.25f);
 }
 
-struct Entry {
-  RunSignal signal;
-  VomoWaveform waveform{};
-  VomoCrossoverData clock{};
-  const VomoWaveform *waveform_argument = &waveform;
-  const VomoCrossoverData *clock_argument = &clock;
+struct Entry : PatternEntry {
   const void *pass_through = this;
-  uint32_t first = 0, last = 0, window_first = 3, window_last = 5;
-  double ui_s = kUi;
+  uint32_t window_first = 3, window_last = 5;
   float high = 77, low = 77;
   uint32_t found = 77;
   float *high_argument = &high, *low_argument = &low;
   uint32_t *found_argument = &found;
 
-  explicit Entry(const std::vector<size_t> &lengths) : signal(SignalOf(lengths)) {
-    waveform = *signal.waveform();
-    clock = *signal.clock();
-    last = signal.last();
-  }
+  using PatternEntry::PatternEntry;
+  explicit Entry(const std::vector<size_t> &lengths) : PatternEntry(SignalOf(lengths)) {}
   VomoStatus operator()() {
     return VomoCOMPUTE_EIEOS_AVERAGE_VOLTAGE(waveform_argument, clock_argument, first, last,
                                              pass_through, ui_s, window_first, window_last,
                                              high_argument, low_argument, found_argument);
   }
+  bool Untouched() const { return high == 77 && low == 77 && found == 77; }
 };
 
 TEST(Eieos, CheckedEntry) {
@@ -200,9 +166,7 @@ TEST(Eieos, CheckedEntry) {
        {std::pair{15 * 64 + 17, (7 * MeanOfRise(16, 40) * 25 + MeanOfRise(16, 16)) / (7 * 25 + 1)},
         std::pair{15 * 64 + 16, MeanOfRise(16, 40)}}) {
     Entry cut(Times(17, 64));
-    cut.signal.samples().resize(static_cast<size_t>(samples));
-    cut.signal.samples().shrink_to_fit();
-    cut.waveform = *cut.signal.waveform();
+    cut.KeepSamples(static_cast<size_t>(samples));
     EXPECT_EQ(cut(), Vomo_STATUS_SUCCESS);
     EXPECT_FLOAT_EQ(cut.low, -mean);
     EXPECT_EQ(cut.high, MeanOfRise(16, 40));
@@ -210,49 +174,16 @@ TEST(Eieos, CheckedEntry) {
 }
 
 TEST(Eieos, Refusals) {
-  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-  const std::function<void(Entry &)> bad[] = {
-      [](Entry &e) { e.waveform_argument = nullptr; },
-      [](Entry &e) { e.waveform.pfSamples = nullptr; },
-      [](Entry &e) { e.clock_argument = nullptr; },
-      [](Entry &e) { e.clock.pdTimes = nullptr; },
-      [](Entry &e) { e.pass_through = nullptr; },
-      [](Entry &e) { e.high_argument = nullptr; },
-      [](Entry &e) { e.low_argument = nullptr; },
-      [](Entry &e) { e.found_argument = nullptr; },
-      [](Entry &e) { e.window_first = e.window_last; },
-      [](Entry &e) { e.window_last = 9; },
-      [](Entry &e) { e.first = e.last; },
-      [](Entry &e) { ++e.last; },
-      [](Entry &e) { e.clock.ulCount = 0; },
-      [](Entry &e) { e.ui_s = -kUi; },
-      [](Entry &e) { e.ui_s = 1.99e-11; },
-      [](Entry &e) { e.ui_s = kNan; },
-      [](Entry &e) { e.waveform.dSampleInterval = 0.99e-15; },
-      [](Entry &e) { e.waveform.dSampleInterval = 0.3201 * kUi; },
-  };
-  for (size_t k = 0; k < std::size(bad); ++k) {
-    Entry entry(Times(17, 64));
-    bad[k](entry);
-    EXPECT_EQ(entry(), Vomo_STATUS_PARAM_NOT_VALID) << k;
-    EXPECT_EQ(entry.high, 77.0f);
-    EXPECT_EQ(entry.found, 77u);
-  }
-
   RunSignal signal = SignalOf(Times(17, 64));
-  const std::function<void(Worker &)> bad_worker[] = {
-      [](Worker &w) { w.ui_s = 1.99e-11; },
-      [](Worker &w) { w.ui_s = kNan; },
-      [](Worker &w) { w.interval_s = 0.99e-15; },
-      [](Worker &w) { w.interval_s = 0.3201 * kUi; },
-  };
-  for (const auto &spoil : bad_worker) {
-    Worker worker;
-    spoil(worker);
-    EXPECT_EQ(worker(signal), 1);
-    EXPECT_EQ(worker.averages[0], 77.0f);
-    EXPECT_EQ(worker.found, 77u);
-  }
+  ExpectRefusals<Entry>(signal, {
+                                    [](Entry &e) { e.pass_through = nullptr; },
+                                    [](Entry &e) { e.high_argument = nullptr; },
+                                    [](Entry &e) { e.low_argument = nullptr; },
+                                    [](Entry &e) { e.found_argument = nullptr; },
+                                    [](Entry &e) { e.window_first = e.window_last; },
+                                    [](Entry &e) { e.window_last = 9; },
+                                });
+  ExpectIntervalsRefused<Worker>(signal, {0, 1.99e-11, kNan});
   const float *const samples = signal.samples().data();
   const double *const times = signal.crossings().data();
   float averages[2]{77, 77};

@@ -3,17 +3,12 @@
 
 #include <cmath>
 #include <functional>
-#include <limits>
-#include <vector>
 
-#include "support/run_signal.h"
+#include "pattern_entry.h"
 
 namespace {
 
-using vomo_test::kSamplesPerUi;
-using vomo_test::kStep;
-using vomo_test::kUi;
-using vomo_test::RunSignal;
+using namespace vomo_test;
 
 // Flat runs of 32 UI, 256 samples, and single bits. Their samples show which of them were used:
 // sample i of a flat run is (256 + i) / 1024 V, and bit number k has its peak of (256 + k) / 1024 V
@@ -55,7 +50,7 @@ double PeakMean(double first, double last) {
 }
 
 struct Worker {
-  double start_s = 0;
+  double start_s = 0, interval_s = kStep, ui_s = kUi;
   uint32_t from = 0;
   float ratio = 0.99f, tolerance = 0.02f;
   uint16_t mode = 0, flat = 32, flat_max = 32, toggle = 32;
@@ -64,12 +59,14 @@ struct Worker {
   uint32_t found = 77;
 
   Worker() { std::fill_n(statistics, 20, 77.0f); }
-  int32_t operator()(Pattern &p) {
-    return Meas_VTxDiff_PS21_wMinMax(p.signal.samples().data(), start_s, kStep,
-                                     p.signal.crossings().data(), from, p.signal.last(), kUi, ratio,
+  int32_t operator()(RunSignal &signal) {
+    return Meas_VTxDiff_PS21_wMinMax(signal.samples().data(), start_s, interval_s,
+                                     signal.crossings().data(), from, signal.last(), ui_s, ratio,
                                      tolerance, mode, flat, flat_max, toggle, flat_first, flat_last,
                                      toggle_first, toggle_last, &result, statistics, &found);
   }
+  int32_t operator()(Pattern &p) { return (*this)(p.signal); }
+  bool Untouched() const { return result == 77 && statistics[0] == 77 && found == 77; }
 };
 
 // Window 3 to 30 of 32 UI: samples 16 to 240. Bits 5 to 30, from 0 the high ones 4, 6, ... 28 and
@@ -332,15 +329,8 @@ TEST(Ps21, OutsideTheSamples) {
   }
 }
 
-struct Entry {
-  Pattern pattern;
-  VomoWaveform waveform{};
-  VomoCrossoverData clock{};
-  const VomoWaveform *waveform_argument = &waveform;
-  const VomoCrossoverData *clock_argument = &clock;
+struct Entry : PatternEntry {
   const void *pass_through = this;
-  uint32_t first = 0, last = 0;
-  double ui_s = kUi;
   uint32_t flat = 32, flat_max = 32, toggle = 32;
   uint32_t flat_first = 3, flat_last = 30, toggle_first = 5, toggle_last = 30;
   float ratio_db = 77;
@@ -348,29 +338,27 @@ struct Entry {
   float *ratio_argument = &ratio_db;
   uint32_t *found_argument = &found;
 
-  explicit Entry(Pattern made = Pattern().Flats(1).Toggle(0.5)) : pattern(std::move(made)) {
-    Refresh();
-  }
-  void Refresh() {
-    waveform = *pattern.signal.waveform();
-    clock = *pattern.signal.clock();
-    last = pattern.signal.last();
-  }
+  using PatternEntry::PatternEntry;
   VomoStatus operator()() {
     return VomoCOMPUTE_PS21_AVERAGE_VOLTAGE(
         waveform_argument, clock_argument, first, last, pass_through, ui_s, flat, flat_max, toggle,
         flat_first, flat_last, toggle_first, toggle_last, ratio_argument, found_argument);
   }
+  bool Untouched() const { return ratio_db == 77 && found == 77; }
 };
 
+RunSignal OnePattern() {
+  return Pattern().Flats(1).Toggle(0.5).signal;
+}
+
 TEST(Ps21, CheckedEntry) {
-  Entry entry;
+  Entry entry(OnePattern());
   ASSERT_EQ(entry(), Vomo_STATUS_SUCCESS);
   EXPECT_EQ(entry.found, 1u);
   // One rounding of the ratio, one of the result.
   EXPECT_NEAR(entry.ratio_db, 20 * std::log10((kHigh + kLow) / (4 * kFlat)), 2e-6);
 
-  Entry none(Pattern().Flats(1).Other(32));
+  Entry none(Pattern().Flats(1).Other(32).signal);
   EXPECT_EQ(none(), Vomo_STATUS_PATTERN_NOT_FOUND);
   EXPECT_EQ(none.found, 0u);
   EXPECT_EQ(none.ratio_db, 77.0f);
@@ -379,53 +367,27 @@ TEST(Ps21, CheckedEntry) {
 // The waveform ends anywhere: the pattern is there as long as the last measured bit, number 30,
 // reaches its middle, from sample 512 + 29 * 8 + 4 on.
 TEST(Ps21, TheWaveformEnds) {
-  for (size_t count = 0; count < 512 + 256; count += 1) {
-    Entry entry;
-    entry.pattern.signal.samples().resize(count);
-    entry.pattern.signal.samples().shrink_to_fit();
-    entry.pattern.signal.samples().reserve(1);
-    entry.Refresh();
+  for (size_t count = 0; count < 512 + 256; ++count) {
+    Entry entry(OnePattern());
+    entry.KeepSamples(count);
     const bool found = count > 512 + 29 * 8 + 4;
     EXPECT_EQ(entry(), found ? Vomo_STATUS_SUCCESS : Vomo_STATUS_PATTERN_NOT_FOUND) << count;
   }
 }
 
 TEST(Ps21, EntryRefusals) {
-  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-  const std::function<void(Entry &)> bad[] = {
-      [](Entry &e) { e.waveform_argument = nullptr; },
-      [](Entry &e) { e.waveform.pfSamples = nullptr; },
-      [](Entry &e) { e.clock_argument = nullptr; },
-      [](Entry &e) { e.clock.pdTimes = nullptr; },
-      [](Entry &e) { e.pass_through = nullptr; },
-      [](Entry &e) { e.ratio_argument = nullptr; },
-      [](Entry &e) { e.found_argument = nullptr; },
-      [](Entry &e) { e.first = e.last; },
-      [](Entry &e) { ++e.last; },
-      [](Entry &e) { e.clock.ulCount = 0; },
-      [](Entry &e) { e.ui_s = 0; },
-      [](Entry &e) { e.ui_s = 1.99e-11; },
-      [](Entry &e) { e.ui_s = kNan; },
-      [](Entry &e) { e.waveform.dSampleInterval = 0.99e-15; },
-      [](Entry &e) { e.waveform.dSampleInterval = 0.3201 * kUi; },
-      [](Entry &e) { e.flat = 0; },
-      [](Entry &e) { e.flat = 33; },
-      [](Entry &e) { e.flat_max = 65536; },
-      [](Entry &e) { e.toggle = 31; },
-      [](Entry &e) { e.toggle = 65536; },
-      [](Entry &e) { e.flat_first = e.flat_last; },
-      [](Entry &e) { e.flat_last = 33; },
-      [](Entry &e) { e.toggle_first = 31; },
-      [](Entry &e) { e.toggle_last = 33, e.toggle_first = 6; },
-      [](Entry &e) { e.toggle_first = 6; },  // an even difference
-  };
-  for (size_t k = 0; k < std::size(bad); ++k) {
-    Entry entry;
-    bad[k](entry);
-    EXPECT_EQ(entry(), Vomo_STATUS_PARAM_NOT_VALID) << k;
-    EXPECT_EQ(entry.found, 77u);
-    EXPECT_EQ(entry.ratio_db, 77.0f);
-  }
+  ExpectRefusals<Entry>(
+      OnePattern(),
+      {
+          [](Entry &e) { e.pass_through = nullptr; }, [](Entry &e) { e.ratio_argument = nullptr; },
+          [](Entry &e) { e.found_argument = nullptr; }, [](Entry &e) { e.flat = 0; },
+          [](Entry &e) { e.flat = 33; }, [](Entry &e) { e.flat_max = 65536; },
+          [](Entry &e) { e.toggle = 31; }, [](Entry &e) { e.toggle = 65536; },
+          [](Entry &e) { e.flat_first = e.flat_last; }, [](Entry &e) { e.flat_last = 33; },
+          [](Entry &e) { e.toggle_first = 31; },
+          [](Entry &e) { e.toggle_last = 33, e.toggle_first = 6; },
+          [](Entry &e) { e.toggle_first = 6; },  // an even difference
+      });
 }
 
 TEST(Ps21, WorkerRefusals) {
@@ -455,20 +417,18 @@ TEST(Ps21, WorkerRefusals) {
   ASSERT_EQ(worker(p), 0);
   EXPECT_EQ(worker.found, 1u);
 
+  ExpectIntervalsRefused<Worker>(p.signal, {0, 1.99e-11, kNan});
   const float *const samples = p.signal.samples().data();
   const double *const times = p.signal.crossings().data();
   uint32_t found = 77;
-  const auto call = [&](const float *s, const double *t, double interval_s, double ui_s) {
-    return Meas_VTxDiff_PS21(s, 0, interval_s, t, 0, p.signal.last(), ui_s, 0.99f, 0.02f, 0, 32, 32,
-                             3, 30, 5, 30, nullptr, &found);
+  const auto call = [&](const float *s, const double *t) {
+    return Meas_VTxDiff_PS21(s, 0, kStep, t, 0, p.signal.last(), kUi, 0.99f, 0.02f, 0, 32, 32, 3,
+                             30, 5, 30, nullptr, &found);
   };
-  EXPECT_EQ(call(nullptr, times, kStep, kUi), 1);
-  EXPECT_EQ(call(samples, nullptr, kStep, kUi), 1);
-  EXPECT_EQ(call(samples, times, 0.99e-15, kUi), 1);
-  EXPECT_EQ(call(samples, times, 0.3201 * kUi, kUi), 1);
-  EXPECT_EQ(call(samples, times, kStep, 1.99e-11), 1);
+  EXPECT_EQ(call(nullptr, times), 1);
+  EXPECT_EQ(call(samples, nullptr), 1);
   EXPECT_EQ(found, 77u);
-  EXPECT_EQ(call(samples, times, kStep, kUi), 0);
+  EXPECT_EQ(call(samples, times), 0);
 }
 
 }  // namespace
