@@ -15,6 +15,7 @@ void AddConvertCommand(CLI::App &cli, ExitCode *exit_code);
 void AddInfoCommand(CLI::App &cli, ExitCode *exit_code);
 void AddDualCommand(CLI::App &cli, ExitCode *exit_code);
 void AddEyeCommand(CLI::App &cli, ExitCode *exit_code);
+void AddLfCommand(CLI::App &cli, ExitCode *exit_code);
 void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSynthCommand(CLI::App &cli, ExitCode *exit_code);

@@ -21,6 +21,7 @@ int Run(int argc, char **argv) {
   app::AddMeasureCommand(cli, &exit_code);
   app::AddDualCommand(cli, &exit_code);
   app::AddEyeCommand(cli, &exit_code);
+  app::AddLfCommand(cli, &exit_code);
   app::AddSettingsCommand(cli, &exit_code);
   app::AddSynthCommand(cli, &exit_code);
   try {

@@ -35,28 +35,13 @@ struct MeasureOptions {
 
 void PrintTable(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
                 const std::vector<Capture> &captures) {
-  const VomoWaveform &waveform = *captures[0].waveform();
-  const char *roles[] = {"positive half: ", "negative half: "};
-  for (size_t i = 0; i < captures.size(); ++i) {
-    fmt::print("{}{} ({})\n", captures.size() > 1 ? roles[i] : "", NameOf(captures[i]),
-               captures[i].format());
-  }
-  if (outcome.pair_correlation) {
-    fmt::print("signal: positive - negative; correlation of the halves {:.4f}\n",
-               *outcome.pair_correlation);
-  }
-  fmt::print("{} samples of {}, {} in all\n\n", waveform.ulNumSamples,
-             Engineering(waveform.dSampleInterval, "s", 6),
-             Engineering(waveform.dSampleInterval * waveform.ulNumSamples, "s", 4));
+  PrintCaptures(captures, outcome.pair_correlation);
+  fmt::print("\n");
   fmt::print("{}", FormatRows(rows, outcome.params.dTargetUI, WantsColour(STDOUT_FILENO)));
   std::fflush(stdout);
 }
 
 ExitCode RunMeasure(const MeasureOptions &options) {
-  if (options.captures.combined && options.captures.paths.size() > 1) {
-    throw Failure(ExitCode::kWrongUsage, "--combined takes one file, which holds both halves",
-                  "leave out --combined to measure the pair of two files");
-  }
   StageTimes times;
   const Json document = ResolveSettings(options.settings);
   const RunSettings settings(document);

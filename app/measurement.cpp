@@ -102,11 +102,12 @@ std::optional<double> CorrelationOf(const std::vector<Capture> &captures) {
   return correlation;
 }
 
-std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoComplianceParams &params,
-                                  StageTimes &times) {
+std::vector<Capture> ReadCaptures(const CaptureOptions &options, StageTimes &times) {
+  if (options.combined && options.paths.size() > 1) {
+    throw Failure(ExitCode::kWrongUsage, "--combined takes one file, which holds both halves",
+                  "leave out --combined to measure the pair of two files");
+  }
   CaptureRequest request = options.reading;
-  if (options.samples_per_ui)
-    request.sample_interval_s = params.dTargetUI / *options.samples_per_ui;
   std::vector<Capture> captures;
   for (const std::string &path : options.paths) {
     request.path = path;
@@ -123,6 +124,30 @@ std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoCompl
   }
   CheckPair(captures);
   return captures;
+}
+
+std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoComplianceParams &params,
+                                  StageTimes &times) {
+  if (!options.samples_per_ui) return ReadCaptures(options, times);
+  CaptureOptions with_interval = options;
+  with_interval.reading.sample_interval_s = params.dTargetUI / *options.samples_per_ui;
+  return ReadCaptures(with_interval, times);
+}
+
+void PrintCaptures(const std::vector<Capture> &captures, std::optional<double> pair_correlation) {
+  const VomoWaveform &waveform = *captures[0].waveform();
+  const char *roles[] = {"positive half: ", "negative half: "};
+  for (size_t i = 0; i < captures.size(); ++i) {
+    fmt::print("{}{} ({})\n", captures.size() > 1 ? roles[i] : "", NameOf(captures[i]),
+               captures[i].format());
+  }
+  if (pair_correlation) {
+    fmt::print("signal: positive - negative; correlation of the halves {:.4f}\n",
+               *pair_correlation);
+  }
+  fmt::print("{} samples of {}, {} in all\n", waveform.ulNumSamples,
+             Engineering(waveform.dSampleInterval, "s", 6),
+             Engineering(waveform.dSampleInterval * waveform.ulNumSamples, "s", 4));
 }
 
 void WarnOfResults(VomoStatus status, const VomoComplianceParams &params,
@@ -174,15 +199,19 @@ void AddIntervalOptions(CLI::App *command, CaptureOptions *options) {
       ->excludes(interval);
 }
 
-void AddCaptureOptions(CLI::App *command, CaptureOptions *options) {
+void AddFileOptions(CLI::App *command, CaptureOptions *options) {
   command
       ->add_option("CAPTURE", options->paths,
                    "capture of a differential signal, or the positive half and the negative half")
       ->required()
       ->expected(1, 2);
-  AddIntervalOptions(command, options);
   command->add_flag("--combined", options->combined,
                     "take the two waveforms of CAPTURE as positive and negative half");
+}
+
+void AddCaptureOptions(CLI::App *command, CaptureOptions *options) {
+  AddFileOptions(command, options);
+  AddIntervalOptions(command, options);
 }
 
 }  // namespace app

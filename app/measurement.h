@@ -29,10 +29,13 @@ struct CaptureOptions {
   std::optional<double> samples_per_ui;
 };
 void AddCaptureOptions(CLI::App *command, CaptureOptions *options);
-// Of them, only how files are read and how far their samples are apart.
+// Of them, only the files; or only how they are read and how far their samples are apart.
+void AddFileOptions(CLI::App *command, CaptureOptions *options);
 void AddIntervalOptions(CLI::App *command, CaptureOptions *options);
 
-// Throws Failure for what can't be read and for halves that don't match.
+// Throw Failure for what can't be read and for halves that don't match; a pair of two files when
+// both halves are to come from one is wrong usage.
+std::vector<Capture> ReadCaptures(const CaptureOptions &options, StageTimes &times);
 std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoComplianceParams &params,
                                   StageTimes &times);
 
@@ -44,6 +47,9 @@ std::string NameOf(const Capture &capture);
 
 // Of the halves of a pair; says so when they can't be the two halves of one signal.
 std::optional<double> CorrelationOf(const std::vector<Capture> &captures);
+
+// The captures as a table of results begins with them, on the standard output.
+void PrintCaptures(const std::vector<Capture> &captures, std::optional<double> pair_correlation);
 
 // The least and the greatest voltage of the signal as measured.
 std::pair<float, float> VoltageRange(const std::vector<Capture> &captures);

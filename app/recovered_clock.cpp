@@ -3,21 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
+#include "library_block.h"
+
 namespace app {
 namespace {
 
 constexpr float kThresholdV = 0.001f;
 constexpr double kFewestSettlingSamples = 3, kMostSettlingSamples = 4294967295.0;
-
-// A list of edges and its block.
-struct EdgeList {
-  EdgeList() = default;
-  EdgeList(const EdgeList &) = delete;
-  EdgeList &operator=(const EdgeList &) = delete;
-  ~EdgeList() { Vomo_HANDLE_FREE(handle); }
-  VomoCrossoverData *edges = nullptr;
-  VomoHandle handle = 0;
-};
 
 void Require(VomoStatus status, const char *step) {
   if (!Vomo_STATUS_IS_ERROR(status)) return;
@@ -41,19 +33,20 @@ RecoveredClock RecoverClock(const Signal &signal, const VomoComplianceParams &pa
   const VomoWaveform &waveform = signal.waveform();
   const double settling = std::clamp(std::ceil(params.dSettlingTime / waveform.dSampleInterval),
                                      kFewestSettlingSamples, kMostSettlingSamples);
-  EdgeList crossovers, clock;
+  LibraryBlock<VomoCrossoverData> crossovers, clock;
   double smallest_s = 0;
   Require(Vomo_FIND_CROSSOVERS_EX(
               &waveform, kThresholdV, static_cast<uint32_t>(settling), 0, waveform.ulNumSamples - 1,
               params.dTargetUI, params.eCrossoverTypes & ~uint32_t{CROSSOVER_2PART},
-              &crossovers.edges, &crossovers.handle, nullptr, nullptr, &smallest_s),
+              crossovers.pointer(), crossovers.handle_out(), nullptr, nullptr, &smallest_s),
           "finding the edges of");
-  const uint32_t count = crossovers.edges->ulCount;
-  Require(Vomo_CONVERT_CROSSOVER_TO_CLOCK(crossovers.edges, 0, count > 0 ? count - 1 : 0,
-                                          params.dTargetUI, nullptr, &clock.edges, &clock.handle),
+  const uint32_t count = crossovers->ulCount;
+  Require(Vomo_CONVERT_CROSSOVER_TO_CLOCK(crossovers.get(), 0, count > 0 ? count - 1 : 0,
+                                          params.dTargetUI, nullptr, clock.pointer(),
+                                          clock.handle_out()),
           "making a clock of");
   RecoveredClock result;
-  result.edges_s.assign(clock.edges->pdTimes, clock.edges->pdTimes + clock.edges->ulCount);
+  result.edges_s.assign(clock->pdTimes, clock->pdTimes + clock->ulCount);
   if (jitter.size() != result.edges_s.size()) {
     throw Failure(ExitCode::kNotMeasurable, "the clock and its jitter are not equally long");
   }

@@ -41,16 +41,22 @@ Json RowJson(const ResultRow &row) {
 
 }  // namespace
 
-Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
-                const std::vector<Capture> &captures, const Json &settings) {
-  Json json = {{"schema", "vomo.measure"}, {"version", 1}, {"library_version", VOMO_VERSION}};
+Json ResultHead(const char *schema, const std::vector<Capture> &captures,
+                std::optional<double> pair_correlation) {
+  Json json = {{"schema", schema}, {"version", 1}, {"library_version", VOMO_VERSION}};
   for (const Capture &capture : captures) json["captures"].push_back(CaptureJson(capture));
   if (captures.size() > 1) {
     json["captures"][0]["role"] = "positive";
     json["captures"][1]["role"] = "negative";
     json["pair"] = {{"signal", "positive - negative"},
-                    {"correlation", NumberOrNull(outcome.pair_correlation.value_or(NAN))}};
+                    {"correlation", NumberOrNull(pair_correlation.value_or(NAN))}};
   }
+  return json;
+}
+
+Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
+                const std::vector<Capture> &captures, const Json &settings) {
+  Json json = ResultHead("vomo.measure", captures, outcome.pair_correlation);
   bool passed = true;
   for (const ResultRow &row : rows) {
     passed = passed && row.passed();

@@ -13,8 +13,13 @@ namespace app {
 // Where a capture came from, with its size and SHA-256, and what was read of it.
 Json CaptureJson(const Capture &capture);
 
+// What the JSON of every result begins with: schema and version, and the captures. The correlation
+// is that of the halves of a pair.
+Json ResultHead(const char *schema, const std::vector<Capture> &captures,
+                std::optional<double> pair_correlation);
+
 // Beside the rows that the terminal shows: every field of the results record with its unit, its
-// curves, the settings, and for each capture its size and SHA-256.
+// curves and the settings.
 Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
                 const std::vector<Capture> &captures, const Json &settings);
 

@@ -3,12 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <numbers>
 
 #include "engineering.h"
 #include "measurement.h"
+#include "text_table.h"
 
 namespace app {
 namespace {
@@ -172,29 +172,19 @@ const RowDefinition kRows[] = {
 #undef VALUE
 #undef TEXT
 
-constexpr size_t kColumns = 7;
-using Line = std::array<std::string, kColumns>;
-
-Line HeadLine() {
-  return {"quantity", "value", "mUI", "UI", "limit", "", "method"};
-}
-
-Line LineOf(const ResultRow &row, double unit_interval_s) {
-  Line line;
-  line[0] = row.quantity;
-  line[1] = Engineering(row.value, row.unit, row.digits);
-  if (row.unit == "s") line[2] = Engineering(row.value / unit_interval_s * 1e3, "", row.digits);
-  if (row.ui_count > 0) line[3] = fmt::format("{}", row.ui_count);
+TextLine LineOf(const ResultRow &row, double unit_interval_s) {
+  TextLine line(7);
+  line[0].text = row.quantity;
+  line[1].text = Engineering(row.value, row.unit, row.digits);
+  if (row.unit == "s")
+    line[2].text = Engineering(row.value / unit_interval_s * 1e3, "", row.digits);
+  if (row.ui_count > 0) line[3].text = fmt::format("{}", row.ui_count);
   if (row.limit) {
-    line[4] = LimitText(row);
-    line[5] = row.passed() ? "pass" : "FAIL";
+    line[4].text = LimitText(row);
+    line[5] = VerdictCell(row.passed());
   }
-  line[6] = row.method;
+  line[6].text = row.method;
   return line;
-}
-
-std::string Coloured(const std::string &line, bool passed) {
-  return fmt::format("\x1b[{}m{}\x1b[0m", passed ? 32 : 31, line);
 }
 
 }  // namespace
@@ -223,22 +213,10 @@ std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
 }
 
 std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_s, bool colour) {
-  std::vector<Line> lines = {HeadLine()};
+  std::vector<TextLine> lines = {
+      {{"quantity"}, {"value"}, {"mUI"}, {"UI"}, {"limit"}, {""}, {"method"}}};
   for (const ResultRow &row : rows) lines.push_back(LineOf(row, unit_interval_s));
-  std::array<size_t, kColumns> widths{};
-  for (const Line &line : lines) {
-    for (size_t c = 0; c < kColumns; ++c) widths[c] = std::max(widths[c], line[c].size());
-  }
-  std::string text;
-  for (size_t i = 0; i < lines.size(); ++i) {
-    const Line &line = lines[i];
-    std::string verdict = fmt::format("{:<{}}", line[5], widths[5]);
-    if (colour && !line[5].empty()) verdict = Coloured(verdict, rows[i - 1].passed());
-    text += fmt::format("{:<{}}  {:>{}}  {:>{}}  {:>{}}  {:>{}}  {}  {}\n", line[0], widths[0],
-                        line[1], widths[1], line[2], widths[2], line[3], widths[3], line[4],
-                        widths[4], verdict, line[6]);
-  }
-  return text;
+  return AlignColumns(lines, "lrrrrll", colour);
 }
 
 }  // namespace app

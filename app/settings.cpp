@@ -119,43 +119,6 @@ VomoDualPortParams DualPort(double rate) {
   return dual;
 }
 
-Json ReadDocument(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    throw Failure(ExitCode::kWrongUsage, fmt::format("cannot read the settings file {}", path),
-                  "vomo settings --rate 8e9 prints a set to start from");
-  }
-  try {
-    Json document = Json::parse(file, nullptr, true, /*ignore_comments=*/true);
-    if (document.is_object()) return document;
-  } catch (const Json::parse_error &error) {
-    throw Failure(ExitCode::kWrongUsage, fmt::format("settings file {}: {}", path, error.what()));
-  }
-  throw Failure(ExitCode::kWrongUsage,
-                fmt::format("settings file {}: expected an object of settings", path));
-}
-
-// "sFilterParams.dFc=5e6" as {"sFilterParams": {"dFc": 5e6}}. A value that isn't JSON is a text.
-Json ParseAssignment(const std::string &assignment) {
-  const size_t equals = assignment.find('=');
-  if (equals == 0 || equals == std::string::npos) {
-    throw Failure(ExitCode::kWrongUsage, fmt::format("--set {}: expected KEY=VALUE", assignment),
-                  "--set dTargetUI=125e-12, --set sFilterParams.dFc=5e6");
-  }
-  const std::string text = assignment.substr(equals + 1);
-  Json value = Json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (value.is_discarded()) value = text;
-  std::string path = assignment.substr(0, equals);
-  while (true) {
-    const size_t dot = path.rfind('.');
-    Json outer = Json::object();
-    outer[path.substr(dot == std::string::npos ? 0 : dot + 1)] = std::move(value);
-    value = std::move(outer);
-    if (dot == std::string::npos) return value;
-    path.resize(dot);
-  }
-}
-
 double RateOf(const SettingsRequest &request, const std::vector<Json> &changes) {
   if (request.rate) return *request.rate;
   for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
@@ -210,22 +173,13 @@ Json ResolveSettings(const SettingsRequest &request) {
     }
     changes.push_back(std::move(dumped.document));
   }
-  if (!request.file.empty()) changes.push_back(ReadDocument(request.file));
-  for (const std::string &assignment : request.assignments) {
-    changes.push_back(ParseAssignment(assignment));
-  }
+  for (Json &change : ReadChanges(request)) changes.push_back(std::move(change));
   if (!request.dump_path.empty()) {
     CheckDumpFile(request.dump_path);
     changes.push_back({{"pcParameterDumpFile", request.dump_path}});
   }
-  // Each change is tested by itself too, so that what is refused is what was written.
-  for (const Json &change : changes) RunSettings{change};
-  Json document = BuiltInSettings(RateOf(request, changes), request.dual_port);
-  for (const Json &change : changes) document.merge_patch(change);
-  document = RecordToJson(kRunSettingsType, &RunSettings{document}.record());
-  // Once more: a record that a change brought in has 0 where the change left a field out.
-  RunSettings{document};
-  return document;
+  return ApplyChanges(kRunSettingsType,
+                      BuiltInSettings(RateOf(request, changes), request.dual_port), changes);
 }
 
 }  // namespace app

@@ -6,20 +6,18 @@
 
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "run_records.h"
+#include "settings_document.h"
 
 namespace app {
 
-// What the command line says about the settings, applied in this order.
-struct SettingsRequest {
-  bool dual_port = false;                // with the built-in settings of a dual-port run
-  std::optional<double> rate;            // bit/s, chooses the built-in set
-  std::string dump;                      // text of an earlier run's settings
-  std::string file;                      // JSON with any of the fields
-  std::vector<std::string> assignments;  // key=value, dots between nested keys
-  std::string dump_path;                 // pcParameterDumpFile, empty: as the settings say
+// What the command line says about the settings.
+struct SettingsRequest : SettingsChanges {
+  bool dual_port = false;      // with the built-in settings of a dual-port run
+  std::optional<double> rate;  // bit/s, chooses the built-in set
+  std::string dump;            // text of an earlier run's settings, before the other changes
+  std::string dump_path;       // pcParameterDumpFile, empty: as the settings say
 };
 
 // A parameter record with all that its pointers lead to.

@@ -3,22 +3,41 @@
 
 #include <cstdio>
 
+#include "burst_settings.h"
 #include "commands.h"
 
 namespace app {
 
-void AddSettingsOptions(CLI::App *command, SettingsRequest *request) {
+namespace {
+
+struct SettingsOptions {
+  SettingsRequest run;
+  std::optional<int> burst_kind;  // the burst test's settings instead of a run's
+};
+
+Json Resolve(const SettingsOptions &options) {
+  if (!options.burst_kind) return ResolveSettings(options.run);
+  return ResolveBurstSettings({options.run, options.burst_kind});
+}
+
+}  // namespace
+
+void AddChangeOptions(CLI::App *command, SettingsChanges *changes) {
+  command->add_option("--settings", changes->file,
+                      "JSON file with any of the fields that vomo settings prints");
   command
+      ->add_option("--set", changes->assignments,
+                   "one field as KEY=VALUE, with dots between nested keys")
+      ->allow_extra_args(false);
+}
+
+CLI::Option *AddSettingsOptions(CLI::App *command, SettingsRequest *request) {
+  AddChangeOptions(command, request);
+  return command
       ->add_option("--rate", request->rate,
                    "nominal bit rate, chooses the built-in settings; made for 2.5e9, 5e9 and 8e9, "
                    "others take the nearest with all times in proportion")
       ->check(CLI::Range(1e3, 1e13));
-  command->add_option("--settings", request->file,
-                      "JSON file with any of the fields that vomo settings prints");
-  command
-      ->add_option("--set", request->assignments,
-                   "one field as KEY=VALUE, with dots between nested keys")
-      ->allow_extra_args(false);
 }
 
 void AddDumpOption(CLI::App *command, SettingsRequest *request) {
@@ -28,16 +47,23 @@ void AddDumpOption(CLI::App *command, SettingsRequest *request) {
 }
 
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code) {
-  auto request = std::make_shared<SettingsRequest>();
+  auto options = std::make_shared<SettingsOptions>();
   CLI::App *command =
       cli.add_subcommand("settings", "Print the settings of a run as JSON, ready to edit");
-  AddSettingsOptions(command, request.get());
-  command->add_option("--from-dump", request->dump,
-                      "start from the last record of a dump that a run wrote (--dump)");
-  command->add_flag("--dual", request->dual_port,
-                    "with the clock and the PLL list of a dual-port run (sDualPort)");
-  command->callback([request, exit_code] {
-    const std::string text = ResolveSettings(*request).dump(2) + "\n";
+  CLI::Option *rate = AddSettingsOptions(command, &options->run);
+  CLI::Option *dump =
+      command->add_option("--from-dump", options->run.dump,
+                          "start from the last record of a dump that a run wrote (--dump)");
+  CLI::Option *dual =
+      command->add_flag("--dual", options->run.dual_port,
+                        "with the clock and the PLL list of a dual-port run (sDualPort)");
+  command
+      ->add_option("--lf", options->burst_kind,
+                   "the settings of vomo lf: 1 for a burst train, 2 for pulse-width coded bursts")
+      ->check(CLI::Range(1, 2))
+      ->excludes(rate, dump, dual);
+  command->callback([options, exit_code] {
+    const std::string text = Resolve(*options).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);
     *exit_code = ExitCode::kWithinLimits;
   });

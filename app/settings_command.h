@@ -8,7 +8,10 @@
 
 namespace app {
 
-void AddSettingsOptions(CLI::App *command, SettingsRequest *request);
+// --settings and --set.
+void AddChangeOptions(CLI::App *command, SettingsChanges *changes);
+// And --rate, which is returned, for others that exclude it.
+CLI::Option *AddSettingsOptions(CLI::App *command, SettingsRequest *request);
 // --dump, of the subcommands that run with the settings.
 void AddDumpOption(CLI::App *command, SettingsRequest *request);
 

@@ -1,39 +1,41 @@
-// vomo synth: a capture of an NRZ signal, and beside it a JSON file with its truth.
+// vomo synth: a capture of an NRZ signal or of low-frequency bursts, and beside it a JSON file with
+// its truth.
 #include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <nlohmann/json.hpp>
 
 #include "capture_writer.h"
 #include "commands.h"
-#include "synth_signal.h"
+#include "synth_truth.h"
 
 namespace app {
 namespace {
 
-using Json = nlohmann::ordered_json;
-
 struct SynthOptions {
   SynthSpec spec;
-  std::string output, complement, bits_file;
-  std::string pattern = "prbs7", format = "text";
-  bool combined = false;
+  BurstSpec bursts;
+  SynthOutput output;
+  std::optional<int> burst_kind;  // bursts instead of an NRZ signal
+  std::string bits_file, pattern = "prbs7";
   // A reference clock beside the data.
   std::string clock;
   uint64_t clock_period_ui = 80;
   double clock_shared = 1, clock_rj_rms = 0;
+  // Options for the one kind of signal that were given.
+  std::vector<const BurstParameter *> burst_settings;
 };
 
 // The clock of the same time and spread as the data, with its part of the data's deterministic
 // jitter.
 SynthOptions ClockOptions(const SynthOptions &options) {
   SynthOptions clock = options;
-  clock.output = options.clock;
-  clock.complement.clear();
-  clock.combined = false;
+  clock.output.path = options.clock;
+  clock.output.complement.clear();
+  clock.output.combined = false;
+  clock.clock.clear();
   clock.pattern = "clock";
   SynthSpec &spec = clock.spec;
   const double half_period_ui = static_cast<double>(options.clock_period_ui) / 2;
@@ -87,80 +89,17 @@ std::vector<uint8_t> ReadBits(const std::string &path) {
   return bits;
 }
 
-struct StatsRow {
-  const char *name, *unit;
-  SequenceStats SynthTruth::*stats;
-};
-constexpr StatsRow kStatsRows[] = {
-    {"rj", "s", &SynthTruth::rj},       {"sj", "s", &SynthTruth::sj},
-    {"dirac", "s", &SynthTruth::dirac}, {"duty_cycle_distortion", "s", &SynthTruth::dcd},
-    {"f2", "s", &SynthTruth::f2},       {"pattern", "s", &SynthTruth::pattern},
-    {"total", "s", &SynthTruth::total}, {"noise", "V", &SynthTruth::noise},
-};
-
-Json StatsJson(const StatsRow &row, const SynthTruth &truth) {
-  const SequenceStats &stats = truth.*row.stats;
-  return {{"unit", row.unit},
-          {"count", stats.count()},
-          {"mean", stats.mean()},
-          {"rms", stats.rms()},
-          {"min", stats.min()},
-          {"max", stats.max()},
-          {"peak_to_peak", stats.max() - stats.min()}};
-}
-
-Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
-  const SynthSpec &spec = options.spec;
-  Json parameters;
-  for (const SynthParameter &parameter : SynthParameters()) {
-    parameters[parameter.name] = {{"value", spec.*parameter.value},
-                                  {"unit", parameter.unit},
-                                  {"definition", parameter.definition}};
+// Gives the sink all samples of a signal. change(samples, position) may change those at a position.
+template <class Synth, class Change>
+void Deliver(Synth &synth, const SampleSink &sink, Change change) {
+  std::vector<float> block(1 << 16);
+  uint64_t position = 0;
+  while (const size_t count = synth.Next(block)) {
+    const auto samples = std::span(block).first(count);
+    change(samples, position);
+    position += count;
+    sink(samples);
   }
-  parameters["edge_time"]["value"] = ResolvedEdgeTime(spec);
-  Json realised;
-  for (const StatsRow &row : kStatsRows) realised[row.name] = StatsJson(row, truth);
-  Json result = {{"schema", "vomo.synth.truth"},
-                 {"version", 1},
-                 {"capture", std::filesystem::path(options.output).filename().string()},
-                 {"format", options.format},
-                 {"waveforms", options.combined ? 2 : 1},
-                 {"pattern", options.pattern},
-                 {"seed", spec.seed},
-                 {"ui_count", spec.ui_count},
-                 {"unit_interval", spec.unit_interval()},
-                 {"sample_interval", spec.sample_interval()},
-                 {"sample_count", truth.sample_count},
-                 {"rising_edges", truth.rising_edges},
-                 {"falling_edges", truth.falling_edges},
-                 {"held_edges", truth.held_edges},
-                 {"first_edge", truth.first_edge},
-                 {"last_edge", truth.last_edge},
-                 {"parameters", std::move(parameters)},
-                 {"realised", std::move(realised)}};
-  if (!options.complement.empty()) {
-    result["complement"] = std::filesystem::path(options.complement).filename().string();
-  }
-  if (!options.clock.empty()) {
-    result["clock"] = {{"capture", std::filesystem::path(options.clock).filename().string()},
-                       {"period_ui", options.clock_period_ui},
-                       {"shared", options.clock_shared}};
-  }
-  result["definitions"] = {
-      {"times", "seconds from sample 0, which is the start of the first bit"},
-      {"realised",
-       "figures of the values that were drawn; rms is about the mean; total is the "
-       "displacement of each edge from its undisturbed time"},
-      {"held_edges",
-       "edges that would have come before their predecessor and were put at its time"},
-      {"complement",
-       "of a pair, each half carries half of the swing and of the noise; the signal is "
-       "their difference"},
-      {"clock",
-       "a reference clock of that many data UI in a period, with this part of the sinusoidal and "
-       "of the square-wave displacement, with all of the spread spectrum, and else only with "
-       "random jitter of its own"}};
-  return result;
 }
 
 // The signal anew from its seed, or half of it with its sign and the common mode. The truth is that
@@ -168,47 +107,97 @@ Json TruthJson(const SynthOptions &options, const SynthTruth &truth) {
 SampleSource SignalTimes(float factor, const SynthSpec &spec, SynthTruth *truth) {
   return [factor, &spec, truth](const SampleSink &sink) {
     SignalSynth synth(spec);
-    std::vector<float> block(1 << 16);
-    uint64_t position = 0;
-    while (const size_t count = synth.Next(block)) {
-      const auto samples = std::span(block).first(count);
-      if (factor != 1.0f) {
-        for (float &sample : samples) {
-          sample = static_cast<float>(sample * factor + CommonMode(spec, position++));
-        }
+    Deliver(synth, sink, [&](std::span<float> samples, uint64_t position) {
+      if (factor == 1.0f) return;
+      for (float &sample : samples) {
+        sample = static_cast<float>(sample * factor + CommonMode(spec, position++));
       }
-      sink(samples);
-    }
+    });
     *truth = synth.truth();
   };
 }
 
-SynthTruth WriteCaptures(const SynthOptions &options) {
-  const CaptureFormat &format = Named(WritableFormats(), options.format);
-  const CaptureInfo info{SignalSynth(options.spec).sample_count(), options.spec.sample_interval()};
-  SynthTruth truth;
-  const SampleSource whole = SignalTimes(1.0f, options.spec, &truth);
-  const SampleSource halves[] = {SignalTimes(0.5f, options.spec, &truth),
-                                 SignalTimes(-0.5f, options.spec, &truth)};
-  OutputFile file(options.output);
-  if (options.combined) {
+SampleSource BurstsAs(BurstView view, const BurstSpec &spec) {
+  return [view, &spec](const SampleSink &sink) {
+    BurstSynth synth(spec, view);
+    Deliver(synth, sink, [](std::span<float>, uint64_t) {});
+  };
+}
+
+// Writes a signal or the halves of it as a pair, whatever is asked for.
+void WriteCaptures(const SynthOutput &output, const CaptureInfo &info, const SampleSource &whole,
+                   std::span<const SampleSource, 2> halves) {
+  const CaptureFormat &format = Named(WritableFormats(), output.format);
+  OutputFile file(output.path);
+  if (output.combined) {
     WriteCapture(format, info, halves, file);
-  } else if (options.complement.empty()) {
+  } else if (output.complement.empty()) {
     WriteCapture(format, info, {&whole, 1}, file);
   } else {
-    OutputFile complement(options.complement);
+    OutputFile complement(output.complement);
     WriteCapture(format, info, {&halves[0], 1}, file);
     WriteCapture(format, info, {&halves[1], 1}, complement);
     complement.Commit();
   }
   file.Commit();
-  return truth;
+}
+
+Json WriteSignal(const SynthOptions &options) {
+  const SynthSpec &spec = options.spec;
+  SynthTruth truth;
+  const SampleSource halves[] = {SignalTimes(0.5f, spec, &truth), SignalTimes(-0.5f, spec, &truth)};
+  WriteCaptures(options.output, {SignalSynth(spec).sample_count(), spec.sample_interval()},
+                SignalTimes(1.0f, spec, &truth), halves);
+  Json json = SignalTruth(options.output, spec, options.pattern, truth);
+  if (!options.clock.empty()) {
+    json["clock"] = {{"capture", std::filesystem::path(options.clock).filename().string()},
+                     {"period_ui", options.clock_period_ui},
+                     {"shared", options.clock_shared}};
+  }
+  return json;
+}
+
+Json WriteBursts(const SynthOptions &options) {
+  const BurstSpec &spec = options.bursts;
+  const uint64_t sample_count = BurstSynth(spec, BurstView::kDifference).sample_count();
+  const SampleSource halves[] = {BurstsAs(BurstView::kPositiveHalf, spec),
+                                 BurstsAs(BurstView::kNegativeHalf, spec)};
+  WriteCaptures(options.output, {sample_count, spec.sample_interval},
+                BurstsAs(BurstView::kDifference, spec), halves);
+  return BurstsTruth(options.output, spec, options.pattern, sample_count);
 }
 
 void WriteWithTruth(const SynthOptions &options) {
-  OutputFile truth(options.output + ".truth.json");
-  truth.Write(TruthJson(options, WriteCaptures(options)).dump(2) + "\n");
+  OutputFile truth(options.output.path + ".truth.json");
+  const Json json = options.burst_kind ? WriteBursts(options) : WriteSignal(options);
+  truth.Write(json.dump(2) + "\n");
   truth.Commit();
+}
+
+void TakeBurstKind(SynthOptions &options) {
+  BurstSpec &bursts = options.bursts;
+  bursts.kind = static_cast<BurstKind>(*options.burst_kind);
+  bursts.seed = options.spec.seed;
+  bursts.pattern = options.spec.pattern;
+  bursts.bits = options.spec.bits;
+  for (const SynthParameter &parameter : SynthParameters()) {
+    if (double BurstSpec::*member = SharedWith(parameter)) {
+      bursts.*member = options.spec.*parameter.value;
+    }
+  }
+  for (const BurstParameter *parameter : options.burst_settings) {
+    if (parameter->Concerns(bursts.kind)) continue;
+    throw Failure(ExitCode::kWrongUsage,
+                  fmt::format("these bursts have no {}", OptionName(parameter->name)),
+                  "the other kind of --lf");
+  }
+}
+
+void CheckCommonMode(const SynthOptions &options) {
+  const SynthSpec &spec = options.spec;
+  if (options.output.IsPair() || (spec.common_mode == 0 && spec.common_mode_amplitude == 0)) return;
+  throw Failure(ExitCode::kWrongUsage, "a difference shows no --common-mode",
+                "--complement or --combined for a pair");
 }
 
 ExitCode RunSynth(SynthOptions options) {
@@ -217,23 +206,67 @@ ExitCode RunSynth(SynthOptions options) {
     options.spec.bits = ReadBits(options.bits_file);
   }
   options.spec.pattern = Named(PatternNames(), options.pattern).pattern;
+  CheckCommonMode(options);
+  if (options.burst_kind) TakeBurstKind(options);
   try {
     WriteWithTruth(options);
-    if (!options.clock.empty()) {
-      SynthOptions clock = ClockOptions(options);
-      clock.clock.clear();
-      WriteWithTruth(clock);
-    }
+    if (!options.clock.empty()) WriteWithTruth(ClockOptions(options));
   } catch (const SynthError &error) {
     throw Failure(ExitCode::kWrongUsage, error.what(), "see vomo synth --help");
   }
   return ExitCode::kWithinLimits;
 }
 
-void AddClockOptions(CLI::App *command, SynthOptions *options) {
+template <class Spec>
+CLI::Option *AddParameter(CLI::App *command, const ParameterOf<Spec> &parameter, Spec *spec) {
+  return command
+      ->add_option(OptionName(parameter.name), spec->*parameter.value,
+                   fmt::format("{} ({})", parameter.definition, parameter.unit))
+      ->capture_default_str()
+      ->check(CLI::Range(parameter.low, parameter.high));
+}
+
+void AddSignalOptions(CLI::App *command, SynthOptions *options, CLI::Option *bursts) {
+  for (const SynthParameter &parameter : SynthParameters()) {
+    CLI::Option *option = AddParameter(command, parameter, &options->spec);
+    if (SharedWith(parameter) == nullptr) option->excludes(bursts);
+  }
+  command->add_option("--ui", options->spec.ui_count, "unit intervals")
+      ->capture_default_str()
+      ->check(CLI::PositiveNumber)
+      ->excludes(bursts);
+  command->add_option("--seed", options->spec.seed, "seed of all random values")
+      ->capture_default_str();
+  auto *pattern = command
+                      ->add_option("--pattern", options->pattern,
+                                   "bit pattern; of pulse-width coded bursts as well")
+                      ->capture_default_str()
+                      ->check(ChoiceOf(PatternNames()));
+  command->add_option("--bits", options->bits_file, "take the bits from this file of 0 and 1")
+      ->excludes(pattern);
+}
+
+void AddBurstOptions(CLI::App *command, SynthOptions *options, CLI::Option *bursts) {
+  for (const BurstParameter &parameter : BurstParameters()) {
+    AddParameter(command, parameter, &options->bursts)
+        ->needs(bursts)
+        ->group("Low-frequency bursts")
+        ->each([options, &parameter](const std::string &) {
+          options->burst_settings.push_back(&parameter);
+        });
+  }
+  command->add_option("--bursts", options->bursts.burst_count, "how many bursts")
+      ->capture_default_str()
+      ->check(CLI::Range(uint64_t{0}, uint64_t{1'000'000}))
+      ->needs(bursts)
+      ->group("Low-frequency bursts");
+}
+
+void AddClockOptions(CLI::App *command, SynthOptions *options, CLI::Option *bursts) {
   CLI::Option *clock = command->add_option(
       "--clock", options->clock,
       "write a reference clock of the same time and spread beside the data to this file");
+  clock->excludes(bursts);
   command->add_option("--clock-period", options->clock_period_ui, "its period (data UI)")
       ->capture_default_str()
       ->check(CLI::Range(2, 1'000'000))
@@ -250,42 +283,38 @@ void AddClockOptions(CLI::App *command, SynthOptions *options) {
       ->needs(clock);
 }
 
+void AddOutputOptions(CLI::App *command, SynthOutput *output) {
+  command->add_option("OUT", output->path, "capture to write; the truth is OUT.truth.json")
+      ->required();
+  command->add_option("--format", output->format, "file format")
+      ->capture_default_str()
+      ->check(ChoiceOf(WritableFormats()));
+  auto *complement = command->add_option(
+      "--complement", output->complement,
+      "write a single-ended pair: OUT the positive half, this file the negative");
+  command
+      ->add_flag("--combined", output->combined,
+                 "write a single-ended pair as the two waveforms of OUT (bin, spice)")
+      ->excludes(complement);
+}
+
 }  // namespace
 
 void AddSynthCommand(CLI::App &cli, ExitCode *exit_code) {
   auto options = std::make_shared<SynthOptions>();
-  CLI::App *command = cli.add_subcommand(
-      "synth", "Write a capture of an NRZ signal with stated jitter; the truth goes beside it");
-  command->add_option("OUT", options->output, "capture to write; the truth is OUT.truth.json")
-      ->required();
-  for (const SynthParameter &parameter : SynthParameters()) {
-    command
-        ->add_option(OptionName(parameter.name), options->spec.*parameter.value,
-                     fmt::format("{} ({})", parameter.definition, parameter.unit))
-        ->capture_default_str()
-        ->check(CLI::Range(parameter.low, parameter.high));
-  }
-  command->add_option("--ui", options->spec.ui_count, "unit intervals")
-      ->capture_default_str()
-      ->check(CLI::PositiveNumber);
-  command->add_option("--seed", options->spec.seed, "seed of all random values")
-      ->capture_default_str();
-  auto *pattern = command->add_option("--pattern", options->pattern, "bit pattern")
-                      ->capture_default_str()
-                      ->check(ChoiceOf(PatternNames()));
-  command->add_option("--bits", options->bits_file, "take the bits from this file of 0 and 1")
-      ->excludes(pattern);
-  command->add_option("--format", options->format, "file format")
-      ->capture_default_str()
-      ->check(ChoiceOf(WritableFormats()));
-  auto *complement = command->add_option(
-      "--complement", options->complement,
-      "write a single-ended pair: OUT the positive half, this file the negative");
-  command
-      ->add_flag("--combined", options->combined,
-                 "write a single-ended pair as the two waveforms of OUT (bin, spice)")
-      ->excludes(complement);
-  AddClockOptions(command, options.get());
+  CLI::App *command = cli.add_subcommand("synth",
+                                         "Write a capture of an NRZ signal with stated jitter, or "
+                                         "of low-frequency bursts; the truth goes beside it");
+  AddOutputOptions(command, &options->output);
+  CLI::Option *bursts =
+      command
+          ->add_option("--lf", options->burst_kind,
+                       "low-frequency bursts: 1 a burst train, 2 pulse-width coded ones")
+          ->check(CLI::Range(1, 2))
+          ->group("Low-frequency bursts");
+  AddSignalOptions(command, options.get(), bursts);
+  AddClockOptions(command, options.get(), bursts);
+  AddBurstOptions(command, options.get(), bursts);
   command->callback([options, exit_code] { *exit_code = RunSynth(*options); });
 }
 

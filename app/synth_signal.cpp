@@ -26,9 +26,9 @@ constexpr SynthParameter kParameters[] = {
      &SynthSpec::samples_per_ui, 1, 1e6},
     {"edge_time", "s",
      "duration of the linear ramp from one level to the other, centred on the edge; 0 stands for "
-     "0.3 UI, but at least 2.5 samples. From 2 samples on a straight line through the samples "
-     "beside "
-     "an edge meets 0 V at the edge's exact time. Ramps that overlap add up",
+     "0.3 UI, but at least 2.5 samples, and in bursts for 0.1 of a period. From 2 samples on a "
+     "straight line through the samples beside an edge meets 0 V at the edge's exact time. Ramps "
+     "that overlap add up",
      &SynthSpec::edge_time, 0, 1},
     {"swing", "V", "difference of the two levels, which lie evenly about 0 V", &SynthSpec::swing,
      1e-9, 1e6},
@@ -91,19 +91,11 @@ constexpr ShiftRegister kShiftRegisters[] = {
     {Pattern::kPrbs23, 23, 18}, {Pattern::kPrbs31, 31, 28},
 };
 
-// More samples than a waveform record can count are of no use to anyone.
-constexpr double kMaxSamples = 4294967295.0;
-
 void Check(const SynthSpec &spec) {
-  for (const SynthParameter &parameter : kParameters) {
-    const double value = spec.*parameter.value;
-    if (!(value >= parameter.low && value <= parameter.high)) {
-      throw SynthError(std::string(parameter.name) + " is out of range");
-    }
-  }
+  for (const SynthParameter &parameter : kParameters) CheckRange(spec, parameter);
   if (spec.ui_count < 1 ||
       spec.samples_per_ui * NominalPosition(spec, static_cast<double>(spec.ui_count)) >
-          kMaxSamples) {
+          kMostSynthSamples) {
     throw SynthError("ui_count is out of range");
   }
   if (spec.sj_amplitude > 0 && spec.sj_frequency == 0) {
@@ -231,7 +223,8 @@ double RandomStream::Gaussian() {
   return u * scale;
 }
 
-BitSource::BitSource(const SynthSpec &spec) : pattern_(spec.pattern), bits_(spec.bits) {
+BitSource::BitSource(Pattern pattern, std::vector<uint8_t> bits)
+    : pattern_(pattern), bits_(std::move(bits)) {
   if (pattern_ == Pattern::kTransmitter) bits_ = TransmitterPattern();
   for (const ShiftRegister &shift : kShiftRegisters) {
     if (shift.pattern != pattern_) continue;
@@ -261,12 +254,14 @@ double NominalPosition(const SynthSpec &spec, double ui) {
   return ui + spec.ssc_depth * TriangleIntegral(ui * periods_per_ui) / periods_per_ui;
 }
 
+double SineAbout(double mean, double amplitude, double frequency, double time_s) {
+  if (amplitude == 0) return mean;
+  return mean + amplitude * std::sin(2 * std::numbers::pi * Phase(frequency, time_s));
+}
+
 double CommonMode(const SynthSpec &spec, uint64_t sample) {
-  if (spec.common_mode_amplitude == 0) return spec.common_mode;
-  const double time_s = static_cast<double>(sample) * spec.sample_interval();
-  return spec.common_mode +
-         spec.common_mode_amplitude *
-             std::sin(2 * std::numbers::pi * Phase(spec.common_mode_frequency, time_s));
+  return SineAbout(spec.common_mode, spec.common_mode_amplitude, spec.common_mode_frequency,
+                   static_cast<double>(sample) * spec.sample_interval());
 }
 
 double ResolvedEdgeTime(const SynthSpec &spec) {

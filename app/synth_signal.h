@@ -54,14 +54,17 @@ struct SynthSpec {
   double sample_interval() const { return 1 / (bit_rate * samples_per_ui); }
 };
 
-// The one list of the real-valued settings: name, unit, meaning, permitted range (ends included).
-struct SynthParameter {
+// A real-valued setting: name, unit, meaning, permitted range (ends included).
+template <class Spec>
+struct ParameterOf {
   const char *name;
   const char *unit;
   const char *definition;
-  double SynthSpec::*value;
+  double Spec::*value;
   double low, high;
 };
+using SynthParameter = ParameterOf<SynthSpec>;
+// The one list of them.
 std::span<const SynthParameter> SynthParameters();
 
 // A setting outside its range, told by name.
@@ -69,6 +72,16 @@ class SynthError : public std::invalid_argument {
  public:
   using std::invalid_argument::invalid_argument;
 };
+
+template <class Spec>
+void CheckRange(const Spec &spec, const ParameterOf<Spec> &parameter) {
+  const double value = spec.*parameter.value;
+  if (value >= parameter.low && value <= parameter.high) return;
+  throw SynthError(std::string(parameter.name) + " is out of range");
+}
+
+// More samples than a waveform record can count are of no use to anyone.
+inline constexpr double kMostSynthSamples = 4294967295.0;
 
 // Figures of a sequence as it was really drawn; mean, rms and extremes are 0 for an empty one.
 class SequenceStats {
@@ -120,7 +133,8 @@ class RandomStream {
 
 class BitSource {
  public:
-  explicit BitSource(const SynthSpec &spec);
+  explicit BitSource(const SynthSpec &spec) : BitSource(spec.pattern, spec.bits) {}
+  BitSource(Pattern pattern, std::vector<uint8_t> bits);
   int Next();
 
  private:
@@ -174,6 +188,9 @@ class EdgeSource {
 
 // Start of unit interval `ui` in units of the nominal interval, with the spread spectrum in it.
 double NominalPosition(const SynthSpec &spec, double ui);
+
+// A sine from time 0 on.
+double SineAbout(double mean, double amplitude, double frequency, double time_s);
 
 // Of a single-ended pair at a sample, volts: what both halves have besides their signal.
 double CommonMode(const SynthSpec &spec, uint64_t sample);

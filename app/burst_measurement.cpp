@@ -1,0 +1,163 @@
+#include "burst_measurement.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "engineering.h"
+#include "library_block.h"
+
+namespace app {
+namespace {
+
+constexpr int32_t kPulseWidthCoded = 2;
+
+VomoLFTestResults NothingMeasured() {
+  VomoLFTestResults results;
+  std::fill_n(reinterpret_cast<double *>(&results), sizeof results / sizeof(double), NAN);
+  return results;
+}
+
+// A signal, the settings, and how messages call it.
+struct Test {
+  const BurstSignal &signal;
+  const VomoLFTestParams &params;
+  const std::string &name;
+
+  bool IsCoded() const { return params.eLFTestType == kPulseWidthCoded; }
+};
+
+Failure NoBurst(const Test &test) {
+  const VomoWaveform &waveform = test.signal.waveform();
+  const auto [lowest, highest] =
+      std::minmax_element(waveform.pfSamples, waveform.pfSamples + waveform.ulNumSamples);
+  return Failure(
+      ExitCode::kNotMeasurable, fmt::format("{}: no burst found", test.name),
+      fmt::format("samples lie from {} to {}, fBurstThreshold is {}; {}",
+                  Engineering(*lowest, "V", 4), Engineering(*highest, "V", 4),
+                  Engineering(test.params.fBurstThreshold, "V", 4),
+                  test.IsCoded() ? "a burst lies between stalls of more than 1 us, and edges need "
+                                   "samples below the threshold"
+                                 : "a burst ends when the signal is quiet for dIdleTime"));
+}
+
+void WarnOfFewer(const Test &test, int32_t found, bool ends_inside) {
+  fmt::print(stderr, "vomo: warning: {} of {} bursts found{}\n", found, test.params.iBurstCount,
+             ends_inside ? "; the capture ends inside the next one, which is left out" : "");
+}
+
+// Fills in where the bursts lie.
+std::vector<Burst> FindBursts(const Test &test) {
+  const VomoLFTestParams &p = test.params;
+  const auto find = test.IsCoded() ? Vomo_LF_BURST_BOUNDS_PWM : Vomo_LF_BURST_BOUNDS;
+  LibraryBlock<uint32_t> bounds;
+  int32_t found = 0;
+  const VomoStatus status =
+      find(&test.signal.waveform(), p.iBurstCount, p.eBurstPolarity, p.fBurstThreshold, p.dIdleTime,
+           &found, bounds.pointer(), bounds.handle_out());
+  const bool ends_inside = status == Vomo_STATUS_COMPUTATION_ERROR;
+  if (Vomo_STATUS_IS_ERROR(status) && !ends_inside) {
+    throw StatusFailure(ExitCode::kNotMeasurable, status, "looking for bursts", test.name,
+                        "vomo settings --lf shows what they are looked for with");
+  }
+  if (found == 0) throw NoBurst(test);
+  if (found < p.iBurstCount) WarnOfFewer(test, found, ends_inside);
+  std::vector<Burst> bursts;
+  for (size_t i = 0; i < static_cast<size_t>(found); ++i) {
+    bursts.push_back({bounds[2 * i], bounds[2 * i + 1], {}, NothingMeasured()});
+  }
+  return bursts;
+}
+
+void FindPreparePhases(const Test &test, std::vector<Burst> &bursts) {
+  std::vector<uint32_t> bounds;
+  for (const Burst &burst : bursts) {
+    bounds.insert(bounds.end(), {burst.first_sample, burst.last_sample});
+  }
+  LibraryBlock<double> prepare;
+  const VomoStatus status =
+      Vomo_STALL_PREPARE_BOUNDS(&test.signal.waveform(), static_cast<int32_t>(bursts.size()), 0,
+                                bounds.data(), prepare.pointer(), prepare.handle_out());
+  if (Vomo_STATUS_IS_ERROR(status)) {
+    throw StatusFailure(ExitCode::kNotMeasurable, status, "looking for the prepare phases",
+                        test.name, "a lower fBurstThreshold");
+  }
+  for (size_t i = 0; i < bursts.size(); ++i) {
+    bursts[i].prepare = {prepare[3 * i], prepare[3 * i + 1], prepare[3 * i + 2]};
+  }
+}
+
+// The sample from which a burst can be measured by itself: its own first one, or if phases lead up
+// to it what goes before the stall, down to the two samples that place the stall's start.
+uint32_t FirstSampleOf(const Test &test, const Burst &burst) {
+  if (!burst.prepare) return burst.first_sample;
+  const double position = burst.prepare->stall_start / test.signal.waveform().dSampleInterval - 2;
+  return position > 0 && position < burst.first_sample ? static_cast<uint32_t>(position) : 0;
+}
+
+// Measures a burst as if it were the only one.
+VomoStatus MeasureAlone(const Test &test, Burst &burst) {
+  const uint32_t first = FirstSampleOf(test, burst);
+  VomoWaveform part = test.signal.waveform();
+  part.pfSamples += first;
+  part.ulNumSamples = burst.last_sample - first + 1;
+  const float *common_mode = test.signal.common_mode();
+  VomoLFTestParams params = test.params;
+  params.iBurstCount = 1;
+  return Vomo_LF_TEST(&part, common_mode == nullptr ? nullptr : common_mode + first, &params,
+                      &burst.results);
+}
+
+void MeasureEach(const Test &test, std::vector<Burst> &bursts) {
+  for (size_t i = 0; i < bursts.size(); ++i) {
+    const VomoStatus status = MeasureAlone(test, bursts[i]);
+    if (Vomo_STATUS_IS_ERROR(status)) {
+      const double start_s = bursts[i].first_sample * test.signal.waveform().dSampleInterval;
+      throw StatusFailure(
+          ExitCode::kNotMeasurable, status,
+          fmt::format("measuring burst {} (at {})", i + 1, Engineering(start_s, "s", 4)), test.name,
+          "the settings of vomo settings --lf: what fTrimStart and fTrimEnd leave of it needs "
+          "edges through 0 V, iMinPeriods of them, and iPolaritySampleOffset samples behind");
+    }
+    if (test.IsCoded() || i + 1 == bursts.size()) continue;
+    VomoLFTestResults &results = bursts[i].results;
+    results.dRepeatTimeMin = results.dRepeatTimeMax =
+        (bursts[i + 1].first_sample - bursts[i].first_sample) *
+        test.signal.waveform().dSampleInterval;
+  }
+}
+
+}  // namespace
+
+BurstSignal::BurstSignal(const std::vector<Capture> &captures) : difference_(captures) {
+  if (captures.size() < 2) return;
+  const float *a = captures[0].waveform()->pfSamples, *b = captures[1].waveform()->pfSamples;
+  common_mode_.resize(waveform().ulNumSamples);
+  std::transform(a, a + common_mode_.size(), b, common_mode_.begin(),
+                 [](float positive, float negative) { return 0.5f * (positive + negative); });
+}
+
+BurstOutcome MeasureBursts(const BurstSignal &signal, const VomoLFTestParams &params,
+                           const std::string &name, StageTimes &times) {
+  const Test test{signal, params, name};
+  BurstOutcome outcome{params, NothingMeasured(), {}};
+  const uint32_t samples = signal.waveform().ulNumSamples;
+  outcome.bursts = times.Time("search", samples, [&] { return FindBursts(test); });
+  if (test.IsCoded()) FindPreparePhases(test, outcome.bursts);
+  // First each by itself, which tells the one that can't be measured.
+  times.Time("each", 0, [&] { MeasureEach(test, outcome.bursts); });
+  outcome.params.iBurstCount = static_cast<int32_t>(outcome.bursts.size());
+  const VomoStatus status = times.Time("measure", samples, [&] {
+    return Vomo_LF_TEST(&signal.waveform(), signal.common_mode(), &outcome.params,
+                        &outcome.results);
+  });
+  if (Vomo_STATUS_IS_ERROR(status)) {
+    throw StatusFailure(ExitCode::kNotMeasurable, status, "measuring the bursts", name,
+                        "vomo settings --lf shows what the test is made with");
+  }
+  return outcome;
+}
+
+}  // namespace app
