@@ -13,6 +13,10 @@ namespace app {
 namespace {
 
 constexpr int32_t kPulseWidthCoded = 2;
+// Where the test measures levels: away from the ends of the prepare phases, and in the part of a
+// half period in which a ramp has settled.
+constexpr double kPrepareGuard_s = 2e-7;
+constexpr double kWindowBegin = 0.5, kWindowEnd = 0.75;
 
 VomoLFTestResults NothingMeasured() {
   VomoLFTestResults results;
@@ -129,7 +133,71 @@ void MeasureEach(const Test &test, std::vector<Burst> &bursts) {
   }
 }
 
+void Require(VomoStatus status, const char *step) {
+  if (!Vomo_STATUS_IS_ERROR(status)) return;
+  throw StatusFailure(ExitCode::kNotMeasurable, status, step, "the burst to be drawn", "");
+}
+
+// The levels of the stall and of the phase behind it.
+void FindPrepareLevels(const VomoWaveform &waveform, const PreparePhases &phases,
+                       BurstDetail &detail) {
+  const double prepare[] = {phases.stall_start, phases.prepare_start, phases.prepare_end};
+  float high = 0, low = 0;
+  double least, greatest;
+  Require(Vomo_LF_DIFF_DC(0, &waveform, prepare, kPrepareGuard_s, kPrepareGuard_s, &high, &low,
+                          &least, &greatest),
+          "measuring the levels before");
+  detail.low_v = low;
+  detail.high_v = high;
+}
+
+// The means of the half periods on either side of 0 V.
+void FindSettledLevels(const VomoWaveform &waveform, BurstDetail &detail) {
+  double sums[2] = {}, counts[2] = {};
+  for (size_t j = 0; j + 1 < detail.edges_s.size(); ++j) {
+    const double from = detail.edges_s[j] / waveform.dSampleInterval;
+    const double length = detail.edges_s[j + 1] / waveform.dSampleInterval - from;
+    float mean = 0;
+    Require(
+        VomoFIND_MEAN_FLOAT(waveform.pfSamples, static_cast<uint32_t>(from + kWindowBegin * length),
+                            static_cast<uint32_t>(from + kWindowEnd * length), &mean),
+        "measuring the levels of");
+    sums[mean > 0] += mean;
+    ++counts[mean > 0];
+  }
+  detail.low_v = sums[0] / counts[0];
+  detail.high_v = sums[1] / counts[1];
+}
+
 }  // namespace
+
+BurstDetail DetailOf(const BurstSignal &signal, const VomoLFTestParams &params,
+                     const Burst &burst) {
+  const VomoWaveform &waveform = signal.waveform();
+  const uint32_t bounds[] = {burst.first_sample, burst.last_sample};
+  LibraryBlock<uint32_t> trimmed;
+  Require(Vomo_LF_TRIM_BOUNDS(1, waveform.dSampleInterval, params.fTrimStart, params.fTrimEnd,
+                              bounds, trimmed.pointer(), trimmed.handle_out()),
+          "trimming");
+  LibraryBlock<VomoCrossoverData> edges;
+  double smallest_s;
+  Require(
+      Vomo_FIND_CROSSOVERS_FILT(&waveform, 0.0f, params.ulFilterCount, nullptr, trimmed[0],
+                                trimmed[1], params.dUnitInterval, Vomo_CROSSOVERS_ALL,
+                                edges.pointer(), edges.handle_out(), nullptr, nullptr, &smallest_s),
+      "finding the edges of");
+  BurstDetail detail{trimmed[0] * waveform.dSampleInterval,
+                     trimmed[1] * waveform.dSampleInterval,
+                     {edges->pdTimes, edges->pdTimes + edges->ulCount},
+                     0,
+                     0};
+  if (burst.prepare) {
+    FindPrepareLevels(waveform, *burst.prepare, detail);
+  } else {
+    FindSettledLevels(waveform, detail);
+  }
+  return detail;
+}
 
 BurstSignal::BurstSignal(const std::vector<Capture> &captures) : difference_(captures) {
   if (captures.size() < 2) return;

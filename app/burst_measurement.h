@@ -46,6 +46,14 @@ class BurstSignal {
   std::vector<float> common_mode_;
 };
 
+// What a burst's numbers are made from.
+struct BurstDetail {
+  double first_s, last_s;       // what the trim leaves of it, seconds from sample 0
+  std::vector<double> edges_s;  // its crossings of 0 V in there
+  double low_v, high_v;         // the levels that its ramps are measured against
+};
+BurstDetail DetailOf(const BurstSignal &signal, const VomoLFTestParams &params, const Burst &burst);
+
 // Throws Failure when there is no burst or one can't be measured, and warns on the standard error
 // output when there are fewer than asked for.
 BurstOutcome MeasureBursts(const BurstSignal &signal, const VomoLFTestParams &params,

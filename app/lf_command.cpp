@@ -5,10 +5,12 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <optional>
 
 #include "burst_rows.h"
 #include "commands.h"
 #include "json_output.h"
+#include "lf_report.h"
 #include "measurement.h"
 #include "reading_options.h"
 #include "result_json.h"
@@ -20,7 +22,7 @@ namespace {
 struct LfOptions {
   CaptureOptions captures;
   BurstSettingsRequest settings;
-  std::string json_path;
+  std::string json_path, report_path;
   bool timing = false;
 };
 
@@ -29,6 +31,8 @@ ExitCode RunLf(const LfOptions &options) {
   const Json document = ResolveBurstSettings(options.settings);
   const BurstSettings settings = LoadBurstSettings(document);
   JsonOutput json_output(options.json_path);
+  std::optional<OutputFile> report;
+  if (!options.report_path.empty()) report.emplace(options.report_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, times);
   const std::optional<double> correlation = CorrelationOf(captures);
   const BurstSignal signal(captures);
@@ -44,6 +48,13 @@ ExitCode RunLf(const LfOptions &options) {
   if (json_output.wanted()) {
     json_output.Write(BurstsJson(ResultHead("vomo.lf", captures, correlation), outcome, rows,
                                  signal.waveform().dSampleInterval, document));
+  }
+  if (report) {
+    times.Time("report", signal.waveform().ulNumSamples, [&] {
+      const ProgressLine progress("writing " + options.report_path);
+      report->Write(BurstsReport({signal, settings, outcome, rows}, captures, document));
+      report->Commit();
+    });
   }
   if (options.timing) fmt::print(stderr, "{}", times.Table());
   return WithinLimits(rows) ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
@@ -65,6 +76,8 @@ void AddLfCommand(CLI::App &cli, ExitCode *exit_code) {
   AddChangeOptions(command, &options->settings);
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");
+  command->add_option("--report", options->report_path,
+                      "write the result with its pictures as one HTML page");
   command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
   command->callback([options, exit_code] { *exit_code = RunLf(*options); });
 }

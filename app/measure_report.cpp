@@ -60,6 +60,8 @@ void AddVerdict(report::Page &page, const std::vector<ResultRow> &rows) {
                                       : "outside its limit: " + failed);
 }
 
+}  // namespace
+
 void AddInput(report::Page &page, const std::vector<Capture> &captures) {
   const char *roles[] = {"positive half", "negative half"};
   report::Table table{{"", ""}, {}, {false, true}};
@@ -86,8 +88,6 @@ void AddInput(report::Page &page, const std::vector<Capture> &captures) {
   page.AddHeading("Input");
   page.AddTable(table);
 }
-
-}  // namespace
 
 std::string MeasureReport(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
                           const std::vector<Capture> &captures, const Signal &signal,

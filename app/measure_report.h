@@ -31,7 +31,10 @@ std::string MeasureReport(const RunOutcome &outcome, const std::vector<ResultRow
                           const RecoveredClock *clock, std::span<const double> jitter,
                           const Json &settings);
 
-// Its sections, in the order of the page.
+// Where the captures of any report come from.
+void AddInput(report::Page &page, const std::vector<Capture> &captures);
+
+// The sections of a measurement's, in the order of the page.
 void AddEyes(report::Page &page, const ReportSource &source);
 void AddJitterCharts(report::Page &page, const ReportSource &source);
 void AddWorstIntervals(report::Page &page, const ReportSource &source);

@@ -178,7 +178,7 @@ TEST_P(DifferentBursts, EachExtremeHasItsBurst) {
   for (const Json &row : result["rows"]) {
     const std::string quantity = row["quantity"];
     if (quantity == "Voltage, peak to peak" || quantity == "Amplitude" ||
-        quantity == "Level in the stall") {
+        quantity == "Levels before it") {
       EXPECT_EQ(row["min"]["burst"], 2) << quantity;
       EXPECT_EQ(row["max"]["burst"], 4) << quantity;
     }
@@ -209,6 +209,45 @@ TEST_F(Lf, LimitsDecide) {
     const Json json =
         Result({"lf", capture, "--kind", "1", "--set", setting, "--json", "-"}, exit_code);
     EXPECT_EQ(json["within_limits"], exit_code == 0) << setting;
+  }
+}
+
+// The data of a report's chart.
+Json ChartOf(const std::string &html, const std::string &id) {
+  const std::string begin = "<script type=\"application/json\">";
+  const size_t from = html.find(begin, html.find("<figure id=\"" + id + "\"")) + begin.size();
+  return Json::parse(html.substr(from, html.find("</script>", from) - from));
+}
+
+TEST_F(Lf, ReportMarksBurstsPhasesEdgesAndLevels) {
+  for (const bool coded : {false, true}) {
+    const Json result =
+        Measure({"--lf", coded ? "2" : "1", "--bursts", "3", "--low-level", "-0.45"},
+                {"--kind", coded ? "2" : "1", "--report", Path("report.html"), "--set",
+                 "iBurstCount=3", "--set", "sLimits.dPeriodMax=39e-9"},
+                1);
+    const std::string html = Contents(Path("report.html"));
+    EXPECT_NE(html.find("outside its limits: Period<"), std::string::npos);
+    const Json overview = ChartOf(html, "overview");
+    ASSERT_EQ(overview["bands"].size(), 3u);
+    ASSERT_EQ(overview["outlines"].size(), coded ? 6u : 0u);
+    for (size_t i = 0; i < 3; ++i) {
+      const Json &truth = truth_["bursts"][i];
+      EXPECT_NEAR(overview["bands"][i][0], 1e6 * truth["start"].get<double>(), 0.002);
+      if (!coded) continue;
+      const Json &phase = overview["outlines"][2 * i + 1]["points"];  // us
+      EXPECT_NEAR(phase[0][0], 1e6 * truth["prepare_start"].get<double>(), 0.001);
+      EXPECT_NEAR(phase[1][0], 1e6 * truth["start"].get<double>(), 0.001);
+    }
+    // 25 periods; the edges from and to 0 V of a train don't cross it.
+    const Json burst = ChartOf(html, "burst");
+    EXPECT_EQ(burst["series"][1]["x"].size(), coded ? 51u : 49u);
+    EXPECT_NEAR(burst["guides"][0]["value"], 500, 0.1);
+    EXPECT_NEAR(burst["guides"][1]["value"], -450, 0.1);
+    EXPECT_NEAR(burst["guides"][2]["value"], -450 + 0.2 * 950, 0.1);
+    for (const Json &period : ChartOf(html, "periods")["series"][0]["y"]) {
+      EXPECT_NEAR(period, 40, 1e-3);
+    }
   }
 }
 
