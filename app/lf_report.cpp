@@ -111,8 +111,7 @@ Chart Stretch(const Source &source, const Enlarged &burst, double from_s, double
   Chart chart{};
   chart.x.label = "time from the burst's start (ns)";
   chart.y.label = "signal (mV)";
-  chart.series.push_back(
-      Samples(source, sample_at(from_s), sample_at(to_s), origin_s, kNano));
+  chart.series.push_back(Samples(source, sample_at(from_s), sample_at(to_s), origin_s, kNano));
   Series edges{"edges", {}, {}, Style::kPoints, Ink::kOrange};
   for (const double edge_s : burst.detail.edges_s) {
     if (edge_s < from_s || edge_s > to_s) continue;
@@ -186,10 +185,10 @@ void AddExtreme(const std::optional<Extreme> &extreme, const BurstRow &row,
 
 void AddResults(report::Page &page, const std::vector<BurstRow> &rows) {
   std::string failed;
-  report::Table table{{"quantity", "minimum", "burst", "at least", "maximum", "burst", "at most",
-                       "", "method"},
-                      {},
-                      {false, false, false, false, false, false, false, false, true}};
+  report::Table table{
+      {"quantity", "minimum", "burst", "at least", "maximum", "burst", "at most", "", "method"},
+      {},
+      {false, false, false, false, false, false, false, false, true}};
   for (const BurstRow &row : rows) {
     std::vector<report::Cell> cells = {{row.quantity}};
     AddExtreme(row.min, row, cells);
@@ -228,7 +227,8 @@ void AddBursts(report::Page &page, const Source &source) {
   page.AddHeading("Each burst");
   page.AddTable(table);
   if (bursts.size() > kMostListed) {
-    page.AddText(fmt::format("And {} more; vomo lf --json lists all.", bursts.size() - kMostListed));
+    page.AddText(
+        fmt::format("And {} more; vomo lf --json lists all.", bursts.size() - kMostListed));
   }
 }
 
@@ -239,8 +239,8 @@ std::string BurstsReport(const BurstsReportSource &source, const std::vector<Cap
   const size_t index = BurstToEnlarge(source.rows);
   const Burst &burst = source.outcome.bursts[index];
   const Enlarged enlarged{index, burst, DetailOf(source.signal, source.settings.params, burst)};
-  report::Page page(fmt::format("{}, {} low-frequency bursts", captures[0].path(),
-                                source.outcome.bursts.size()));
+  report::Page page(
+      fmt::format("{}, {} low-frequency bursts", captures[0].path(), source.outcome.bursts.size()));
   AddResults(page, source.rows);
   page.AddChart(Overview(source));
   page.AddChart(WholeBurst(source, enlarged));
