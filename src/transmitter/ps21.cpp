@@ -1,5 +1,6 @@
 // Ratio of the swing of toggling bits to that of long flat runs, from patterns of two flat runs of
 // opposite polarity with a stretch of single bits beside them.
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
