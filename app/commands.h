@@ -17,8 +17,10 @@ void AddDualCommand(CLI::App &cli, ExitCode *exit_code);
 void AddEyeCommand(CLI::App &cli, ExitCode *exit_code);
 void AddLfCommand(CLI::App &cli, ExitCode *exit_code);
 void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code);
+void AddPresetsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSynthCommand(CLI::App &cli, ExitCode *exit_code);
+void AddTransmitterCommand(CLI::App &cli, ExitCode *exit_code);
 
 }  // namespace app
 

@@ -149,7 +149,7 @@ Capture ReadClock(const DualOptions &options, const VomoDualPortParams &dual,
 }
 
 ExitCode RunDual(DualOptions options) {
-  options.settings.dual_port = true;
+  options.settings.kind = RunKind::kDualPort;
   StageTimes times;
   const Json document = ResolveSettings(options.settings);
   const RunSettings settings(document);

@@ -22,6 +22,8 @@ int Run(int argc, char **argv) {
   app::AddDualCommand(cli, &exit_code);
   app::AddEyeCommand(cli, &exit_code);
   app::AddLfCommand(cli, &exit_code);
+  app::AddTransmitterCommand(cli, &exit_code);
+  app::AddPresetsCommand(cli, &exit_code);
   app::AddSettingsCommand(cli, &exit_code);
   app::AddSynthCommand(cli, &exit_code);
   try {

@@ -119,6 +119,22 @@ VomoDualPortParams DualPort(double rate) {
   return dual;
 }
 
+// Windows that keep clear of the edges' settling at the begin of a run and of preshoot at its end,
+// for runs of 64 bits beside 64 toggling ones.
+VomoGen3BaseCompParameters Transmitter() {
+  VomoGen3BaseCompParameters gen3 = {};
+  gen3.ulEIEOSFirst = 3;
+  gen3.ulEIEOSLast = 7;
+  gen3.ulPS21ShortRun = gen3.ulPS21ShortRunMax = gen3.ulPS21LongRun = 64;
+  gen3.ulPS21ShortFirst = gen3.ulPS21LongFirst = 57;
+  gen3.ulPS21ShortLast = gen3.ulPS21LongLast = 62;
+  gen3.ulTargetRunLength = gen3.ulTargetRunMax = 64;
+  gen3.ulTargetFirst = 57;
+  gen3.ulTargetLast = 62;
+  gen3.dTargetFraction = 0.02;
+  return gen3;
+}
+
 double RateOf(const SettingsRequest &request, const std::vector<Json> &changes) {
   if (request.rate) return *request.rate;
   for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
@@ -147,7 +163,7 @@ RunSettings::RunSettings(const Json &document) {
   PrepareTemplate(params.sNonTransTemplate, "sNonTransTemplate", &params.sNonTransPassFailInfo);
 }
 
-Json BuiltInSettings(double rate, bool dual_port) {
+Json BuiltInSettings(double rate, RunKind kind) {
   RunSettingsRecord record = {};
   VomoComplianceParams &params = record.params;
   std::vector<double> x;
@@ -160,7 +176,9 @@ Json BuiltInSettings(double rate, bool dual_port) {
   SetJitterFit(RowFor(rate), params);
   SetEye(RowFor(rate), &x, &y, params);
   const VomoDualPortParams dual = DualPort(rate);
-  if (dual_port) record.sDualPort = &dual;
+  if (kind == RunKind::kDualPort) record.sDualPort = &dual;
+  const VomoGen3BaseCompParameters transmitter = Transmitter();
+  if (kind == RunKind::kTransmitter) params.psGen3BaseCompParameters = &transmitter;
   return RecordToJson(kRunSettingsType, &record);
 }
 
@@ -179,7 +197,7 @@ Json ResolveSettings(const SettingsRequest &request) {
     changes.push_back({{"pcParameterDumpFile", request.dump_path}});
   }
   return ApplyChanges(kRunSettingsType,
-                      BuiltInSettings(RateOf(request, changes), request.dual_port), changes);
+                      BuiltInSettings(RateOf(request, changes), request.kind), changes);
 }
 
 }  // namespace app

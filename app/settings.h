@@ -12,9 +12,12 @@
 
 namespace app {
 
+// Runs that need more settings than the others.
+enum class RunKind { kSignal, kDualPort, kTransmitter };
+
 // What the command line says about the settings.
 struct SettingsRequest : SettingsChanges {
-  bool dual_port = false;      // with the built-in settings of a dual-port run
+  RunKind kind = RunKind::kSignal;
   std::optional<double> rate;  // bit/s, chooses the built-in set
   std::string dump;            // text of an earlier run's settings, before the other changes
   std::string dump_path;       // pcParameterDumpFile, empty: as the settings say
@@ -36,7 +39,7 @@ class RunSettings {
 };
 
 // The built-in set for a bit rate as a document ready to edit.
-Json BuiltInSettings(double rate, bool dual_port = false);
+Json BuiltInSettings(double rate, RunKind kind = RunKind::kSignal);
 
 // The complete, checked document that a request leads to.
 Json ResolveSettings(const SettingsRequest &request);

@@ -54,14 +54,20 @@ void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code) {
   CLI::Option *dump =
       command->add_option("--from-dump", options->run.dump,
                           "start from the last record of a dump that a run wrote (--dump)");
-  CLI::Option *dual =
-      command->add_flag("--dual", options->run.dual_port,
-                        "with the clock and the PLL list of a dual-port run (sDualPort)");
+  CLI::Option *dual = command->add_flag_callback(
+      "--dual", [options] { options->run.kind = RunKind::kDualPort; },
+      "with the clock and the PLL list of a dual-port run (sDualPort)");
+  CLI::Option *tx =
+      command
+          ->add_flag_callback(
+              "--tx", [options] { options->run.kind = RunKind::kTransmitter; },
+              "with the runs and windows of a transmitter run (psGen3BaseCompParameters)")
+          ->excludes(dual);
   command
       ->add_option("--lf", options->burst_kind,
                    "the settings of vomo lf: 1 for a burst train, 2 for pulse-width coded bursts")
       ->check(CLI::Range(1, 2))
-      ->excludes(rate, dump, dual);
+      ->excludes(rate, dump, dual, tx);
   command->callback([options, exit_code] {
     const std::string text = Resolve(*options).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);
