@@ -47,6 +47,11 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   const RunSettings settings(document);
   const VomoComplianceParams &params = settings.params();
   CheckSupported(params);
+  if (params.psGen3BaseCompParameters != nullptr) {
+    throw Failure(ExitCode::kWrongUsage,
+                  "psGen3BaseCompParameters: these settings are for a transmitter run",
+                  "vomo tx, or set it to null");
+  }
   JsonOutput json_output(options.json_path);
   std::optional<OutputFile> report;
   if (!options.report_path.empty()) report.emplace(options.report_path);
