@@ -200,7 +200,9 @@ Json PresetsJson(const PresetTable &table, Json captures, bool passed) {
 report::Chart RatioChart(const Ratio &ratio, const PresetTable &table) {
   report::Chart chart;
   chart.id = chart.title = ratio.name;
-  chart.caption = "red: limits";
+  chart.caption = "bars: measured, red: limits";
+  chart.y.low = 0;
+  chart.y.high = 0;
   chart.y.label = "dB";
   report::Series bars{"measured", {}, {}, report::Style::kBars, report::Ink::kBlue};
   for (uint32_t i = 0; i < kPresetCount; ++i) {
@@ -210,9 +212,13 @@ report::Chart RatioChart(const Ratio &ratio, const PresetTable &table) {
     chart.x.categories.push_back(fmt::format("P{}", i));
     bars.x.push_back(place);
     bars.y.push_back(ratio.Known(preset, table) ? preset.*ratio.decibels : 0);
+    for (const double shown : {bars.y.back(), preset.*ratio.low, preset.*ratio.high}) {
+      chart.y.low = std::min(*chart.y.low, shown - 0.5);
+      chart.y.high = std::max(*chart.y.high, shown + 0.5);
+    }
     for (const double limit : {preset.*ratio.low, preset.*ratio.high}) {
       chart.outlines.push_back(
-          {{{place - 0.4, limit}, {place + 0.4, limit}}, false, "limit", report::Ink::kRed});
+          {{{place - 0.4, limit}, {place + 0.4, limit}}, false, "", report::Ink::kRed});
     }
   }
   chart.series.push_back(std::move(bars));

@@ -196,8 +196,8 @@ Json ResolveSettings(const SettingsRequest &request) {
     CheckDumpFile(request.dump_path);
     changes.push_back({{"pcParameterDumpFile", request.dump_path}});
   }
-  return ApplyChanges(kRunSettingsType,
-                      BuiltInSettings(RateOf(request, changes), request.kind), changes);
+  return ApplyChanges(kRunSettingsType, BuiltInSettings(RateOf(request, changes), request.kind),
+                      changes);
 }
 
 }  // namespace app
