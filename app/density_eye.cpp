@@ -3,13 +3,15 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <functional>
+#include <future>
 #include <memory>
 
 namespace app {
 namespace {
 
 constexpr int kHalfColumns = EyeGrid::kColumnsPerUi / 2;
-constexpr int kStride = kHalfColumns + 4;      // differences go up to three columns further
+constexpr int kStride = kHalfColumns + 4;      // a crossing at the very end touches one more column
 constexpr uint32_t kTicks = EyeGrid::kWeight;  // steps of time in a column
 constexpr uint32_t kHalfTicks = kHalfColumns * kTicks;
 // A cell of 32 bits holds this many bits' full weight.
@@ -19,35 +21,41 @@ constexpr size_t kBitsAtOnce = size_t{1} << 20;
 constexpr int kOutside = 2;
 constexpr int kPairClasses = 3;
 
-typedef uint32_t Four __attribute__((vector_size(16)));
+typedef uint32_t Two __attribute__((vector_size(8)));
 
-// One half of a UI, as differences along time: the sum of a row's differences up to a column is the
-// time spent in that cell. A stay in a row costs the same however long it is.
+// Ticks of a crossing's time with a fraction, as steps from row to row are added up.
+constexpr int kFractionBits = 24;
+constexpr double kFraction = 1 << kFractionBits;
+
+// One half of a UI. What is kept is not the cells but the changes between them: for each boundary
+// of two rows when the signal crosses it, as differences along time. A crossing then costs one
+// addition, however long the signal stays where it went.
 class HalfGrid {
  public:
-  HalfGrid() : differences_(size_t{EyeGrid::kRows} * kStride) {}
+  HalfGrid() : crossings_(size_t{EyeGrid::kRows} * kStride) {}
 
-  // The signal is in this row from one time to another. What is left of a time's own column counts
-  // there, and the rest of the column's weight from the next one on. Short stays, the rule on an
-  // edge of the signal, touch memory once.
-  void Stay(int row, uint32_t from, uint32_t to) {
-    uint32_t *line = &differences_[static_cast<size_t>(row) * kStride];
-    const uint32_t column = from / kTicks, apart = to / kTicks - column;
-    const uint32_t a = from % kTicks, b = to % kTicks;
-    if (apart == 0) return Add(line + column, Four{b - a, a - b, 0, 0});
-    if (apart == 1) return Add(line + column, Four{kTicks - a, a + b - kTicks, -b, 0});
-    Add(line + column, Four{kTicks - a, a, 0, 0});
-    Add(line + column + apart, Four{b - kTicks, -b, 0, 0});
+  void Start(int row) { ++starts_[static_cast<size_t>(row)]; }
+
+  // The signal crosses the boundary below a row at a time, upwards (1) or downwards (-1). What is
+  // left of the time's own column counts there, the rest of the column's weight from the next on.
+  void Cross(int boundary, uint32_t ticks, int direction) {
+    uint32_t *place = &crossings_[static_cast<size_t>(boundary) * kStride + ticks / kTicks];
+    const uint32_t late = ticks % kTicks;
+    Two held, share = Two{kTicks - late, late} * static_cast<uint32_t>(direction);
+    std::memcpy(&held, place, sizeof held);
+    held += share;
+    std::memcpy(place, &held, sizeof held);
   }
 
-  // Adds the cells to columns of a grid and clears them here.
+  // Adds the cells to columns of a grid, and of a second one if there is one, and clears them here.
   void MoveTo(EyeGrid &first, int first_column, EyeGrid *second, int second_column, EyeGrid &all) {
     for (int row = 0; row < EyeGrid::kRows; ++row) {
-      uint32_t *line = &differences_[static_cast<size_t>(row) * kStride];
+      const uint32_t *from_below = &crossings_[static_cast<size_t>(row) * kStride];
+      const uint32_t *to_above = row + 1 < EyeGrid::kRows ? from_below + kStride : nullptr;
       const size_t start = static_cast<size_t>(row) * EyeGrid::kColumns;
-      uint32_t held = 0;
+      uint32_t held = starts_[static_cast<size_t>(row)] * kTicks;
       for (int c = 0; c < kHalfColumns; ++c) {
-        held += line[c];
+        held += from_below[c] - (to_above != nullptr ? to_above[c] : 0);
         for (EyeGrid *grid : {&first, &all}) {
           grid->cells[start + static_cast<size_t>(first_column + c)] += held;
         }
@@ -56,19 +64,14 @@ class HalfGrid {
           grid->cells[start + static_cast<size_t>(second_column + c)] += held;
         }
       }
-      std::fill_n(line, kStride, 0u);
     }
+    std::fill(crossings_.begin(), crossings_.end(), 0u);
+    starts_.fill(0);
   }
 
  private:
-  static void Add(uint32_t *place, Four share) {
-    Four held;
-    std::memcpy(&held, place, sizeof held);
-    held += share;
-    std::memcpy(place, &held, sizeof held);
-  }
-
-  std::vector<uint32_t> differences_;
+  std::vector<uint32_t> crossings_;  // of the boundary below each row
+  std::array<uint32_t, EyeGrid::kRows> starts_ = {};
 };
 
 class Folder {
@@ -84,24 +87,23 @@ class Folder {
     }
   }
 
-  DensityEye Fold(std::span<const double> clock) {
+  // Folds the bits that begin with the edges from first up to behind.
+  void Fold(std::span<const double> clock, size_t first, size_t behind) {
     const double last = static_cast<double>(samples_.size()) - 1;
     size_t since_move = 0;
     // Both neighbours of a bit have to lie within the samples too: their halves are part of it.
     const auto length = [&](size_t k) {
       return clock[k] >= 0 && clock[k + 1] <= last ? clock[k + 1] - clock[k] : 0.0;
     };
-    const auto whole = [&](size_t k) {
-      return k >= 1 && k + 2 < clock.size() && length(k - 1) > 0 && length(k) > 0 &&
-             length(k + 1) > 0;
-    };
     const auto class_of = [&](size_t k) {
-      if (!whole(k)) return kOutside;
+      const bool whole =
+          k >= 1 && k + 2 < clock.size() && length(k - 1) > 0 && length(k) > 0 && length(k + 1) > 0;
+      if (!whole) return kOutside;
       return static_cast<int>(ClassOfBit(samples_, clock[k - 1], clock[k], clock[k + 1]));
     };
-    int before = kOutside, own = kOutside;
-    for (size_t k = 0; k + 1 < clock.size(); ++k) {
-      const int after = k + 2 < clock.size() ? class_of(k + 1) : kOutside;
+    int before = first > 0 ? class_of(first - 1) : kOutside, own = class_of(first);
+    for (size_t k = first; k < behind; ++k) {
+      const int after = class_of(k + 1);
       if (own != kOutside) ++bits_[own];
       const double middle = 0.5 * (clock[k] + clock[k + 1]);
       if (own != kOutside || before != kOutside) Draw(Half(0, own, before), clock[k], middle);
@@ -114,6 +116,16 @@ class Folder {
       }
     }
     MoveAll();
+  }
+
+  // The eye of all that was folded here and in another folder of the same capture.
+  DensityEye Join(const Folder &other) {
+    for (size_t i = 0; i < eye_.grids.size(); ++i) {
+      const std::vector<uint64_t> &cells = other.eye_.grids[i].cells;
+      std::transform(cells.begin(), cells.end(), eye_.grids[i].cells.begin(),
+                     eye_.grids[i].cells.begin(), std::plus<>());
+    }
+    for (int bits = 0; bits < 2; ++bits) bits_[bits] += other.bits_[bits];
     eye_.grids[0].bits = bits_[0];
     eye_.grids[1].bits = bits_[1];
     eye_.grids[2].bits = bits_[0] + bits_[1];
@@ -148,19 +160,22 @@ class Folder {
     const double ticks = kHalfTicks / (end - begin);
     double time = 0, height = HeightAt(begin, 0);
     int row = static_cast<int>(height);
-    uint32_t entered = 0;
+    int64_t crossed = 0;  // no crossing comes before the one ahead of it, whatever rounding does
+    grid.Start(row);
     const auto step = [&](double next_time, double next_height) {
       const int next_row = static_cast<int>(next_height);
       if (next_row != row) {
         const double slope = (next_time - time) / (next_height - height);
         const int direction = next_row > row ? 1 : -1;
-        const double origin = time - height * slope;
-        for (; row != next_row; row += direction) {
-          const double at = origin + (direction > 0 ? row + 1 : row) * slope;
-          const auto left = static_cast<int32_t>(std::clamp<double>(at, entered, kHalfTicks));
-          grid.Stay(row, entered, static_cast<uint32_t>(left));
-          entered = static_cast<uint32_t>(left);
+        const int first = direction > 0 ? row + 1 : row, behind = first + (next_row - row);
+        const auto at = static_cast<int64_t>((time + (first - height) * slope) * kFraction);
+        const auto apart = static_cast<int64_t>(direction * slope * kFraction);
+        crossed = std::max(crossed, at) - apart;
+        for (int boundary = first; boundary != behind; boundary += direction) {
+          crossed += apart;
+          grid.Cross(boundary, static_cast<uint32_t>(crossed >> kFractionBits), direction);
         }
+        row = next_row;
       }
       time = next_time;
       height = next_height;
@@ -170,7 +185,6 @@ class Folder {
       step((static_cast<double>(i) - begin) * ticks, Height(samples_[i], height));
     }
     step(kHalfTicks, HeightAt(end, height));
-    grid.Stay(row, entered, kHalfTicks);
   }
 
   void MoveAll() {
@@ -205,9 +219,18 @@ class Folder {
 
 }  // namespace
 
+// On two threads, each with half of the bits: the sums are of whole numbers, so nothing depends on
+// how the bits were shared out.
 DensityEye FoldDensityEye(std::span<const float> samples, std::span<const double> clock,
                           double lowest_v, double highest_v) {
-  return Folder(samples, lowest_v, highest_v).Fold(clock);
+  Folder first(samples, lowest_v, highest_v), second(samples, lowest_v, highest_v);
+  if (clock.size() > 1) {
+    const size_t bits = clock.size() - 1, half = bits / 2;
+    auto ahead = std::async(std::launch::async, [&] { first.Fold(clock, 0, half); });
+    second.Fold(clock, half, bits);
+    ahead.get();
+  }
+  return first.Join(second);
 }
 
 }  // namespace app

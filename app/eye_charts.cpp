@@ -75,6 +75,7 @@ Chart EyeChart(const EyeGrid &grid, BitClass bits, const ReportSource &source) {
              source.unit_interval_s() * kPico,
              "ps",
              {}};
+  if (bits == BitClass::kAll) chart.size = report::Size::kWide;
   chart.y = {"mV", grid.lowest_v * kMilli, grid.highest_v * kMilli, false, 0, "", {}};
   for (const EyeOverlay::Line &line : OverlayOf(params, bits).lines) {
     report::Outline outline{{}, line.closed, line.name, line.closed ? Ink::kRed : Ink::kOrange};
@@ -149,8 +150,8 @@ Chart IntervalChart(const Worst &worst, const ReportSource &source) {
 
   Chart chart{};
   chart.title = fmt::format("{}: {}", worst.name, worst.value);
-  chart.caption = fmt::format("interval {}, which begins {} into the capture", worst.interval,
-                              Engineering(begin_s, "s", 8));
+  chart.caption =
+      fmt::format("interval {}, {} into the capture", worst.interval, Engineering(begin_s, "s", 8));
   chart.size = report::Size::kSmall;
   chart.x.label = "ps from its beginning";
   chart.y.label = "mV";
@@ -177,7 +178,7 @@ void AddEyes(report::Page &page, const ReportSource &source) {
       "Folded on the recovered clock: 0 to 1 UI is the bit itself, the rest half of each "
       "neighbour. A hit is one bit's whole passage through the column of a cell; the lines between "
       "samples count with the share of it that they spend in the cell.");
-  for (const BitClass bits : {BitClass::kTransition, BitClass::kNonTransition, BitClass::kAll}) {
+  for (const BitClass bits : {BitClass::kAll, BitClass::kTransition, BitClass::kNonTransition}) {
     page.AddChart(EyeChart(eye[bits], bits, source));
   }
 }

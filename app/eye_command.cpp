@@ -1,8 +1,10 @@
 // vomo eye: the density eye of a capture as a picture and as numbers.
 #include <fmt/format.h>
+#include <unistd.h>
 #include <vomo.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <optional>
 
 #include "commands.h"
@@ -11,7 +13,9 @@
 #include "measurement.h"
 #include "output_file.h"
 #include "recovered_clock.h"
+#include "result_rows.h"
 #include "settings_command.h"
+#include "template_test.h"
 
 namespace app {
 namespace {
@@ -46,9 +50,11 @@ ExitCode RunEye(const EyeOptions &options) {
   const Signal signal(captures);
   const auto [lowest, highest] = VoltageRange(captures);
   const std::pair<double, double> volts = EyeVoltages(lowest, highest, params);
-  const DensityEye eye = times.Time("eye", signal.samples().size(), [&] {
-    const RecoveredClock clock = RecoverClock(signal, params, jitter.values());
-    return FoldDensityEye(signal.samples(), clock.positions, volts.first, volts.second);
+  const uint64_t count = signal.samples().size();
+  const EyeStep step =
+      times.Time("template", count, [&] { return EyeStep(signal, params, jitter.values()); });
+  const DensityEye eye = times.Time("eye", count, [&] {
+    return FoldDensityEye(signal.samples(), step.clock.positions, volts.first, volts.second);
   });
   const BitClass bits = BitClassOf(options.bits);
   const double unit_interval_s = record.results.dUnitInterval;
@@ -59,8 +65,14 @@ ExitCode RunEye(const EyeOptions &options) {
   if (csv) csv->Write(EyeCsv(eye[bits], unit_interval_s));
   png.Commit();
   if (csv) csv->Commit();
+  std::vector<ResultRow> rows =
+      ResultRows({params, record.results, lowest, highest, std::nullopt, step.hits});
+  std::erase_if(rows, [](const ResultRow &row) { return !row.of_eye; });
+  fmt::print("{}", FormatRows(rows, params.dTargetUI, WantsColour(STDOUT_FILENO)));
   if (options.timing) fmt::print(stderr, "{}", times.Table());
-  return ExitCode::kWithinLimits;
+  const bool passed =
+      std::all_of(rows.begin(), rows.end(), [](const ResultRow &row) { return row.passed(); });
+  return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
 }
 
 }  // namespace

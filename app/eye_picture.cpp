@@ -192,18 +192,20 @@ void AddTemplate(const VomoTemplate &polygon, const char *name, EyeOverlay &over
 
 EyeOverlay OverlayOf(const VomoComplianceParams &params, BitClass bits) {
   EyeOverlay overlay;
-  const auto rail = [&](float volts, const char *name) {
-    overlay.lines.push_back({{{0.0, volts}, {1.0, volts}}, false, name});
+  // Named once for both.
+  const auto rails = [&](float high_v, float low_v, const char *name) {
+    overlay.lines.push_back({{{0.0, high_v}, {1.0, high_v}}, false, name});
+    overlay.lines.push_back({{{0.0, low_v}, {1.0, low_v}}, false, ""});
   };
   if (bits != BitClass::kNonTransition) {
     AddTemplate(params.sTransTemplate, "template, transition bits", overlay);
-    rail(params.fTransitionHighVoltageRail, "high rail, transition bits");
-    rail(params.fTransitionLowVoltageRail, "low rail, transition bits");
+    rails(params.fTransitionHighVoltageRail, params.fTransitionLowVoltageRail,
+          "rails, transition bits");
   }
   if (bits != BitClass::kTransition) {
     AddTemplate(params.sNonTransTemplate, "template, non-transition bits", overlay);
-    rail(params.fNonTransitionHighVoltageRail, "high rail, non-transition bits");
-    rail(params.NonTransitionLowVoltageRail, "low rail, non-transition bits");
+    rails(params.fNonTransitionHighVoltageRail, params.NonTransitionLowVoltageRail,
+          "rails, non-transition bits");
   }
   return overlay;
 }

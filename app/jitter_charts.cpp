@@ -156,6 +156,7 @@ Chart Bathtub(const ReportSource &source) {
   Chart chart{};
   chart.id = "bathtub";
   chart.title = "Bathtub";
+  chart.size = report::Size::kWide;
   chart.caption = fmt::format(
       "Solid where it was measured, dashed where the fitted lines are "
       "followed. Open at the target: {}, the unit interval less Tj.",

@@ -21,7 +21,7 @@ Q(x)        = (position - x) / Rj            the line fitted to each tail, on it
 Dj          = left position + right position, the left one on the mirrored axis
 Tj          = Dj - 2 Q(BER) Rj
 BER(x)      = p, and 0.5 erfc(-Q(x) / sqrt(2)) where it is extrapolated
-hit ratio   = samples inside the template / samples of the bits of its class
+hit ratio   = points inside the template / points of the bits of its class, 32 or more in a UI
 margin      = distance of the eye from the template: positive outside, negative inside)";
 
 void AddResults(report::Page &page, const std::vector<ResultRow> &rows, double unit_interval_s) {

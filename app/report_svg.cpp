@@ -76,8 +76,8 @@ class Drawing {
     Bands();
     Picture();
     for (const Series &series : chart_.series) Draw(series);
-    for (const Outline &outline : chart_.outlines) Draw(outline);
     for (const Guide &guide : chart_.guides) Draw(guide);
+    for (const Outline &outline : chart_.outlines) Draw(outline);
     svg_ += "</g>";
     svg_ += Rectangle("frame", kLeft, width_ - kRight);
     return svg_ + "</svg>";
@@ -209,8 +209,9 @@ class Drawing {
       path += fmt::format("{}{:.1f} {:.1f}", path.empty() ? "M" : "L", x_(x), y_(y));
     }
     if (outline.closed) path += "Z";
-    svg_ += fmt::format(R"(<path class="halo" d="{0}"/><path class="line{1} thick" d="{0}"/>)",
-                        path, static_cast<int>(outline.ink));
+    if (chart_.backdrop) svg_ += fmt::format(R"(<path class="halo" d="{}"/>)", path);
+    svg_ += fmt::format(R"(<path class="line{}{} thick" d="{}"/>)", static_cast<int>(outline.ink),
+                        chart_.backdrop ? " over" : "", path);
   }
 
   void Draw(const Guide &guide) {

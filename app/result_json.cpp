@@ -23,7 +23,7 @@ Json CaptureJson(const Capture &capture) {
 namespace {
 
 Json HitsJson(const TemplateHits &hits) {
-  return {{"samples", hits.samples}, {"template_hits", hits.hits}, {"hit_ratio", hits.ratio()}};
+  return {{"points", hits.points}, {"template_hits", hits.hits}, {"hit_ratio", hits.ratio()}};
 }
 
 Json RowJson(const ResultRow &row) {

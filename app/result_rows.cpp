@@ -61,7 +61,7 @@ std::string Rails(double low_v, double high_v) {
 }
 
 std::string HitShare(const TemplateHits &hits) {
-  return fmt::format("{:.3g} of {} samples, inside the template", hits.ratio(), hits.samples);
+  return fmt::format("{:.3g} of {} points, inside the template", hits.ratio(), hits.points);
 }
 
 // Volts outside the template, negative inside it; NaN when no trace was there to be measured.
@@ -201,6 +201,8 @@ std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
     ResultRow row{definition.quantity, definition.value(outcome),  definition.unit,
                   definition.digits,   definition.method(outcome), definition.ui_count(outcome),
                   std::nullopt};
+    row.of_eye = definition.shown == HasEye || definition.shown == HasTemplate ||
+                 definition.shown == HasNonTransTemplate;
     if (definition.limit != nullptr) {
       const double limit = definition.limit(outcome);
       row.limit_is_least = definition.limit_is_least;

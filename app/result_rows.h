@@ -29,6 +29,7 @@ struct ResultRow {
   uint64_t ui_count;            // how many unit intervals stand behind it, 0 if not counted in them
   std::optional<double> limit;  // the greatest value that passes
   bool limit_is_least = false;  // or the least one
+  bool of_eye = false;          // template, rails, margins
 
   bool passed() const { return !limit || (limit_is_least ? value >= *limit : value <= *limit); }
 };

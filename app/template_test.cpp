@@ -22,6 +22,12 @@ class ClassTest {
     y_.reserve(kPointsAtOnce);
   }
 
+  // Whether a line between two voltages may have a point inside.
+  bool Near(float a, float b) const {
+    return polygon_.ulArrayLength > 0 && !(a > bounds_.fEyeYMax && b > bounds_.fEyeYMax) &&
+           !(a < bounds_.fEyeYMin && b < bounds_.fEyeYMin);
+  }
+  void Count(uint64_t points) { hits_.points += points; }
   void Add(double ui, float volts) {
     x_.push_back(ui);
     y_.push_back(volts);
@@ -35,8 +41,7 @@ class ClassTest {
 
  private:
   void Test() {
-    hits_.samples += x_.size();
-    if (polygon_.ulArrayLength > 0 && !x_.empty()) {
+    if (!x_.empty()) {
       const VomoTemplate points = {
           static_cast<uint32_t>(x_.size()), x_.data(), y_.data(), nullptr, -1.0, 0};
       uint16_t pass = 0;
@@ -60,6 +65,30 @@ class ClassTest {
   TemplateHits hits_;
 };
 
+// The bit's points, parts of them to a sample.
+void AddBit(std::span<const float> samples, double begin, double end, int64_t parts,
+            ClassTest &test) {
+  const double ui_per_sample = 1 / (end - begin), share = 1 / static_cast<double>(parts);
+  const auto first = static_cast<int64_t>(std::ceil(begin * static_cast<double>(parts)));
+  const auto behind = static_cast<int64_t>(std::ceil(end * static_cast<double>(parts)));
+  test.Count(static_cast<uint64_t>(behind - first));
+  for (int64_t q = first; q < behind;) {
+    const int64_t i = q / parts, next = std::min((i + 1) * parts, behind);
+    // The last sample has no line behind it.
+    const float a = samples[static_cast<size_t>(i)],
+                b = samples[std::min(static_cast<size_t>(i) + 1, samples.size() - 1)];
+    if (!test.Near(a, b)) {
+      q = next;
+      continue;
+    }
+    for (; q < next; ++q) {
+      const double along = static_cast<double>(q - i * parts) * share;
+      test.Add((static_cast<double>(i) + along - begin) * ui_per_sample,
+               static_cast<float>(a + along * (double{b} - double{a})));
+    }
+  }
+}
+
 }  // namespace
 
 EyeHits CountTemplateHits(const Signal &signal, const RecoveredClock &clock,
@@ -69,16 +98,18 @@ EyeHits CountTemplateHits(const Signal &signal, const RecoveredClock &clock,
   const std::span<const float> samples = signal.samples();
   const std::span<const double> edges = clock.positions;
   const double last = static_cast<double>(samples.size()) - 1;
+  if (edges.size() < 2) return {};
+  const double samples_per_ui =
+      (edges.back() - edges.front()) / static_cast<double>(edges.size() - 1);
+  const auto parts = static_cast<int64_t>(
+      std::clamp(std::ceil(kLeastPointsPerUi / samples_per_ui), 1.0, kLeastPointsPerUi));
   for (size_t k = 1; k + 1 < edges.size(); ++k) {
     const double begin = edges[k], end = edges[k + 1];
     if (!(edges[k - 1] >= 0 && edges[k - 1] < begin && begin < end && end <= last)) continue;
     ClassTest &test = ClassOfBit(samples, edges[k - 1], begin, end) == BitClass::kTransition
                           ? transition
                           : non_transition;
-    const double ui_per_sample = 1 / (end - begin);
-    for (auto i = static_cast<size_t>(std::ceil(begin)); static_cast<double>(i) < end; ++i) {
-      test.Add((static_cast<double>(i) - begin) * ui_per_sample, samples[i]);
-    }
+    AddBit(samples, begin, end, parts, test);
   }
   return {transition.Finish(), non_transition.Finish()};
 }

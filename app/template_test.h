@@ -10,10 +10,10 @@
 namespace app {
 
 struct TemplateHits {
-  uint64_t samples = 0;  // of the bits of one class
-  uint64_t hits = 0;     // of them inside the template
+  uint64_t points = 0;  // of the bits of one class
+  uint64_t hits = 0;    // of them inside the template
   double ratio() const {
-    return samples > 0 ? static_cast<double>(hits) / static_cast<double>(samples) : 0;
+    return points > 0 ? static_cast<double>(hits) / static_cast<double>(points) : 0;
   }
 };
 
@@ -21,8 +21,12 @@ struct EyeHits {
   TemplateHits transition, non_transition;
 };
 
-// Places every sample in the UI of its bit, from 0 at the clock edge before it to 1 at the next,
-// and counts those inside the template of the bit's class. A class without a template has no hits.
+// Places the points of every bit in its UI, from 0 at the clock edge before it to 1 at the next,
+// and counts those inside the template of the bit's class. The points are the samples and, between
+// them, evenly spaced places on the straight line, so that a bit has kLeastPointsPerUi of them or
+// more: samples alone would leave places out where they fall on the same phases in every bit.
+// A class without a template has no hits.
+constexpr double kLeastPointsPerUi = 32;
 EyeHits CountTemplateHits(const Signal &signal, const RecoveredClock &clock,
                           const VomoComplianceParams &params);
 

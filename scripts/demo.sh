@@ -7,6 +7,7 @@ out=$2
 mkdir -p "$out"
 capture=$out/capture.txt
 result=$out/result.json
+report=$out/report.html
 
 echo "Making $capture: 8 Gb/s, PRBS7, 1 million UI at 10 samples each, with"
 echo "  random jitter 1.0 ps rms, sinusoidal jitter 4 ps peak at 50 MHz, duty-cycle distortion 3 ps"
@@ -14,9 +15,10 @@ echo "  random jitter 1.0 ps rms, sinusoidal jitter 4 ps peak at 50 MHz, duty-cy
   --rj-rms 1e-12 --sj-amplitude 4e-12 --sj-frequency 50e6 --duty-cycle-distortion 3e-12
 
 echo
-echo "Measuring it:  vomo measure $capture --rate 8e9 --spui 10 --json $result"
+echo "Measuring it:  vomo measure $capture --rate 8e9 --spui 10 --json $result --report $report"
 echo
-"$vomo" measure "$capture" --rate 8e9 --spui 10 --json "$result"
+"$vomo" measure "$capture" --rate 8e9 --spui 10 --json "$result" --report "$report"
 echo
 echo "The truth about the capture: $capture.truth.json"
 echo "The whole result:            $result"
+echo "The report, for a browser:   $report"

@@ -8,6 +8,7 @@ packages=(
   libfftw3-dev
   libgtest-dev libbenchmark-dev
   libcli11-dev nlohmann-json3-dev libfmt-dev nettle-dev libcairo2-dev fonts-dejavu-core
+  chromium  # the tests look at reports in it
   clang-format clang-tidy libclang-rt-14-dev
 )
 

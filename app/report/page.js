@@ -7,8 +7,11 @@
   let theme;
   const readTheme = () => {
     theme = {ink: css('--soft'), grid: css('--grid'), frame: css('--frame'), band: css('--band'),
-             empty: css('--empty'), panel: css('--panel'), c: []};
-    for (let i = 0; i < kInks; ++i) theme.c.push(css('--c' + i));
+             empty: css('--empty'), panel: css('--panel'), c: [], over: []};
+    for (let i = 0; i < kInks; ++i) {
+      theme.c.push(css('--c' + i));
+      theme.over.push(css('--o' + i));
+    }
   };
   const short = (v) => v == null ? '' : String(+v.toPrecision(6));
 
@@ -81,13 +84,16 @@
   });
 
   const drawOutlines = (u, spec) => clipped(u, (ctx, bbox, ratio) => {
+    ctx.setLineDash([]);
     for (const outline of spec.outlines) {
       ctx.beginPath();
       for (const [x, y] of outline.points) {
         ctx.lineTo(u.valToPos(x, 'x', true), u.valToPos(y, 'y', true));
       }
       if (outline.closed) ctx.closePath();
-      for (const [colour, width] of [['#fffc', 4], [theme.c[outline.ink], 2]]) {
+      const inks = spec.backdrop ? [['#fffc', 4], [theme.over[outline.ink], 2]]
+                                 : [[theme.c[outline.ink], 2]];
+      for (const [colour, width] of inks) {
         ctx.strokeStyle = colour;
         ctx.lineWidth = width * ratio;
         ctx.stroke();
@@ -125,7 +131,9 @@
   });
 
   const axes = (spec) => {
-    const shared = () => ({stroke: theme.ink, grid: {stroke: theme.grid, width: 1},
+    // A grid would hide the cells below it.
+    const shared = () => ({stroke: theme.ink,
+                           grid: {show: !spec.backdrop, stroke: theme.grid, width: 1},
                            ticks: {stroke: theme.frame, width: 1, size: 5}, font: '12px system-ui',
                            labelFont: '12px system-ui', labelSize: 18, labelGap: 0});
     const numbers = (u, values) => values.map((v) => {
@@ -231,12 +239,12 @@
       this.chart = new uPlot({
         width: this.plot.clientWidth, height: spec.height, axes: axes(spec),
         scales: {x: scale(spec.x), y: scale(spec.y)}, series: seriesOptions(spec),
-        legend: {show: spec.series.length > 0},
+        legend: {show: spec.series.some((s) => s.name)},
         cursor: {drag: {x: true, y: true, uni: 30}, dataIdx: nearest, points: {size: 6},
                  bind: {dblclick: () => () => { all(); return null; }}},
         hooks: {
           drawClear: [(u) => { this.picture?.draw(u); drawBands(u, spec); }],
-          draw: [(u) => { drawOutlines(u, spec); drawGuides(u, spec); }],
+          draw: [(u) => { drawGuides(u, spec); drawOutlines(u, spec); }],
           setCursor: [(u) => readOut(u, spec, this.picture, this.output)],
         },
       }, table(spec), this.plot);

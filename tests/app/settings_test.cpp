@@ -47,6 +47,11 @@ TEST(Settings, RefusalsNameTheKeyAndWhatWasExpected) {
       {"fVoltageHistBinSize=1e39", "fVoltageHistBinSize"},
       {"dPointsToTrimPercent=0.5", "dPointsToTrimPercent: .*up to 0\\.49"},
       {"sTransTemplate.adXArray=[0.2,0.8]", "sTransTemplate\\.afYArray: .*\\(2\\), found 6"},
+      {"sTransTemplate={\"adXArray\":[0.2,0.8],\"afYArray\":[0,0]}",
+       "sTransTemplate: .*3 to 24 vertices, found 2"},
+      // A diamond from the left by its bottom.
+      {"sNonTransTemplate={\"adXArray\":[0.2,0.5,0.8,0.5],\"afYArray\":[0,-0.1,0,0.1]}",
+       "sNonTransTemplate: .*turns left at vertex 1"},
       {"sTransTemplate.adXArray=[0.2,\"a\",0,0,0,0]", "sTransTemplate\\.adXArray\\[1\\]: .*\"a\""},
       {"psDFEFilterParams.afTapMin=[1,2]", "afTapMin: .*list of 16"},
       {"psPatChkData.psPatDefArray=[{\"pdPatDefCounts\":[]}]", "psPatDefArray\\[0\\]\\.pdPat"},
