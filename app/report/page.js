@@ -43,9 +43,11 @@
       ctx.fillStyle = theme.empty;
       ctx.fillRect(bbox.left, bbox.top, bbox.width, bbox.height);
       const x = u.valToPos(s.x0, 'x', true), y = u.valToPos(s.y1, 'y', true);
-      ctx.imageSmoothingEnabled = false;
-      ctx.drawImage(this.image, x, y, u.valToPos(s.x1, 'x', true) - x,
-                    u.valToPos(s.y0, 'y', true) - y);
+      const width = u.valToPos(s.x1, 'x', true) - x, height = u.valToPos(s.y0, 'y', true) - y;
+      // Cells have sharp edges; drawn smaller than one to a pixel, none may be left out.
+      ctx.imageSmoothingEnabled = width < this.image.width || height < this.image.height;
+      ctx.imageSmoothingQuality = 'high';
+      ctx.drawImage(this.image, x, y, width, height);
       ctx.restore();
     }
     // What the colour at a place stands for, as near as the colour tells.
