@@ -196,8 +196,10 @@ Json ResolveSettings(const SettingsRequest &request) {
     CheckDumpFile(request.dump_path);
     changes.push_back({{"pcParameterDumpFile", request.dump_path}});
   }
-  return ApplyChanges(kRunSettingsType, BuiltInSettings(RateOf(request, changes), request.kind),
-                      changes);
+  Json document = ApplyChanges(kRunSettingsType,
+                               BuiltInSettings(RateOf(request, changes), request.kind), changes);
+  RunSettings{document};  // for what no single field tells, such as the shape of a template
+  return document;
 }
 
 }  // namespace app
