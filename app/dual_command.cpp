@@ -8,9 +8,11 @@
 #include <cstdio>
 
 #include "commands.h"
+#include "dual_report.h"
 #include "engineering.h"
 #include "json_output.h"
 #include "measurement.h"
+#include "page_output.h"
 #include "result_json.h"
 #include "result_rows.h"
 #include "settings_command.h"
@@ -22,7 +24,7 @@ struct DualOptions {
   CaptureOptions data;  // paths: data, clock and the data's negative half
   std::optional<double> clock_interval_s;
   SettingsRequest settings;
-  std::string json_path;
+  std::string json_path, report_path;
   bool timing = false;
 };
 
@@ -33,11 +35,6 @@ struct DualRun {
 
   explicit DualRun(const VomoComplianceParams &params) : record(params) {}
 };
-
-std::string AlignmentText(int32_t offset_ui) {
-  if (offset_ui == 0) return "aligned";
-  return fmt::format("{} ahead by {} UI", offset_ui > 0 ? "data" : "clock", std::abs(offset_ui));
-}
 
 std::string DualAdvice(VomoStatus status, const RunSettings &settings) {
   switch (status) {
@@ -56,8 +53,8 @@ std::string DualAdvice(VomoStatus status, const RunSettings &settings) {
   }
 }
 
-void RunDualPort(const std::vector<Capture> &data, Capture &clock, const RunSettings &settings,
-                 DualRun *run, StageTimes &times) {
+void RunDualPort(const std::vector<Capture> &data, const Capture &clock,
+                 const RunSettings &settings, DualRun *run, StageTimes &times) {
   const auto filters = static_cast<size_t>(settings.dual_port()->iPLLFilterCount);
   run->trials.resize(3 * filters);
   VomoWaveform *waveform = data[0].waveform();
@@ -131,16 +128,16 @@ Json DualJson(Json json, const DualRun &run, const Capture &clock) {
   return json;
 }
 
-Capture ReadClock(const DualOptions &options, const VomoDualPortParams &dual,
-                  const VomoComplianceParams &params, StageTimes &times) {
+std::vector<Capture> ReadClock(const DualOptions &options, const VomoDualPortParams &dual,
+                               const VomoComplianceParams &params, StageTimes &times) {
   CaptureOptions request = options.data;
   request.paths = {options.data.paths[1]};
   if (options.clock_interval_s) {
     request.samples_per_ui.reset();
     request.reading.sample_interval_s = options.clock_interval_s;
   }
-  Capture clock = std::move(ReadCaptures(request, params, times)[0]);
-  if (!(dual.dClockTargetUI > clock.waveform()->dSampleInterval)) {
+  std::vector<Capture> clock = ReadCaptures(request, params, times);
+  if (!(dual.dClockTargetUI > clock[0].waveform()->dSampleInterval)) {
     throw Failure(ExitCode::kWrongUsage,
                   "sDualPort.dClockTargetUI is not above the clock's sample interval",
                   "give the nominal time between the clock's crossovers in seconds");
@@ -160,20 +157,26 @@ ExitCode RunDual(DualOptions options) {
   const VomoComplianceParams &params = settings.params();
   CheckSupported(params);
   JsonOutput json_output(options.json_path);
+  PageOutput report(options.report_path);
   CaptureOptions data_request = options.data;
   data_request.paths.erase(data_request.paths.begin() + 1);
   const std::vector<Capture> data = ReadCaptures(data_request, params, times);
-  Capture clock = ReadClock(options, *settings.dual_port(), params, times);
+  const std::vector<Capture> clock = ReadClock(options, *settings.dual_port(), params, times);
   const std::optional<double> correlation = CorrelationOf(data);
   const auto [lowest, highest] = VoltageRange(data);
   DualRun run(params);
-  RunDualPort(data, clock, settings, &run, times);
+  RunDualPort(data, clock[0], settings, &run, times);
 
   const RunOutcome outcome{params, run.record.results, lowest, highest, correlation};
   const std::vector<ResultRow> rows = ResultRows(outcome);
-  if (!json_output.OnStandardOutput()) PrintDual(outcome, rows, data, clock, run, settings);
+  if (!json_output.OnStandardOutput()) PrintDual(outcome, rows, data, clock[0], run, settings);
   if (json_output.wanted()) {
-    json_output.Write(DualJson(ResultJson(outcome, rows, data, document), run, clock));
+    json_output.Write(DualJson(ResultJson(outcome, rows, data, document), run, clock[0]));
+  }
+  if (report.wanted()) {
+    report.Write([&] {
+      return DualReport(outcome, rows, data, clock, *settings.dual_port(), run.trials, document);
+    });
   }
   if (options.timing) fmt::print(stderr, "{}", times.Table());
   const bool passed =
@@ -202,6 +205,7 @@ void AddDualCommand(CLI::App &cli, ExitCode *exit_code) {
   AddDumpOption(command, &options->settings);
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");
+  command->add_option("--report", options->report_path, "write the result as an HTML page");
   command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
   command->callback([options, exit_code] { *exit_code = RunDual(*options); });
 }

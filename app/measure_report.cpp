@@ -24,6 +24,8 @@ BER(x)      = p, and 0.5 erfc(-Q(x) / sqrt(2)) where it is extrapolated
 hit ratio   = points inside the template / points of the bits of its class, 32 or more in a UI
 margin      = distance of the eye from the template: positive outside, negative inside)";
 
+}  // namespace
+
 void AddResults(report::Page &page, const std::vector<ResultRow> &rows, double unit_interval_s) {
   report::Table table{{"quantity", "value", "mUI", "UI counted", "limit", "", "method"},
                       {},
@@ -59,8 +61,6 @@ void AddVerdict(report::Page &page, const std::vector<ResultRow> &rows) {
                                       ? fmt::format("all {} limits of the settings are met", limits)
                                       : "outside its limit: " + failed);
 }
-
-}  // namespace
 
 void AddInput(report::Page &page, const std::vector<Capture> &captures) {
   const char *roles[] = {"positive half", "negative half"};

@@ -31,7 +31,9 @@ std::string MeasureReport(const RunOutcome &outcome, const std::vector<ResultRow
                           const RecoveredClock *clock, std::span<const double> jitter,
                           const Json &settings);
 
-// Where the captures of any report come from.
+// Of any report: whether all limits are met, the rows as a table, and where the captures come from.
+void AddVerdict(report::Page &page, const std::vector<ResultRow> &rows);
+void AddResults(report::Page &page, const std::vector<ResultRow> &rows, double unit_interval_s);
 void AddInput(report::Page &page, const std::vector<Capture> &captures);
 
 // The sections of a measurement's, in the order of the page.

@@ -12,6 +12,7 @@
 #include "engineering.h"
 #include "json_output.h"
 #include "measurement.h"
+#include "page_output.h"
 #include "report_page.h"
 #include "result_json.h"
 
@@ -252,8 +253,7 @@ std::string Report(const PresetTable &table, const CapturePaths &paths, bool pas
 ExitCode RunPresets(const PresetsOptions &options) {
   const CapturePaths paths = PathsOf(options);
   JsonOutput json_output(options.json_path);
-  std::optional<OutputFile> report;
-  if (!options.report_path.empty()) report.emplace(options.report_path);
+  PageOutput report(options.report_path);
   PresetTable table(options.reduced_swing);
   Json captures = Json::array();
   for (const auto &[preset, path] : paths) {
@@ -263,15 +263,12 @@ ExitCode RunPresets(const PresetsOptions &options) {
   bool passed = true;
   for (const auto &[preset, path] : paths) passed = passed && table[preset].ulState != 0;
   if (!json_output.OnStandardOutput()) PrintPresets(table);
-  if (!json_output.wanted() && !report) {
+  if (!json_output.wanted() && !report.wanted()) {
     return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
   }
   const Json json = PresetsJson(table, std::move(captures), passed);
   if (json_output.wanted()) json_output.Write(json);
-  if (report) {
-    report->Write(Report(table, paths, passed, json));
-    report->Commit();
-  }
+  if (report.wanted()) report.Write([&] { return Report(table, paths, passed, json); });
   return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
 }
 

@@ -12,7 +12,9 @@
 #include "commands.h"
 #include "engineering.h"
 #include "json_output.h"
+#include "measure_report.h"
 #include "measurement.h"
+#include "page_output.h"
 #include "report_page.h"
 #include "result_json.h"
 #include "result_rows.h"
@@ -116,19 +118,10 @@ std::vector<ResultRow> TransmitterRows(const VomoComplianceParams &params,
   };
 }
 
-report::Table RowsTable(const std::vector<ResultRow> &rows) {
-  report::Table table{{"quantity", "value", "method"}, {}, {true, false, true}};
-  for (const ResultRow &row : rows) {
-    table.rows.push_back(
-        {{row.quantity}, {Engineering(row.value, row.unit, row.digits)}, {row.method}});
-  }
-  return table;
-}
-
 std::string Report(const std::vector<Capture> &captures, const std::vector<ResultRow> &rows,
                    const RunOutcome &outcome, const Json &settings) {
   report::Page page(fmt::format("vomo tx: {}", NameOf(captures[0])));
-  page.AddTable(RowsTable(rows));
+  AddResults(page, rows, outcome.params.dTargetUI);
   const VomoGen3Results &gen3 = *outcome.results.psGen3Results;
   const AveragePattern average =
       AverageOverRepeats(captures, outcome.results.dFirstCrossoverTime,
@@ -145,11 +138,8 @@ std::string Report(const std::vector<Capture> &captures, const std::vector<Resul
       [&](size_t i) { return static_cast<double>(i) * average.step_ui; },
       [&](size_t i) { return average.volts[i] * 1e3; }));
   page.AddChart(chart);
-  for (const Capture &capture : captures) {
-    page.AddText(
-        fmt::format("{}, SHA-256 {}", NameOf(capture), CaptureJson(capture)["sha256"].dump()));
-  }
-  page.AddDetails("Settings", settings.dump(2));
+  AddInput(page, captures);
+  page.AddDetails("Settings", settings.dump(2, ' ', false, Json::error_handler_t::replace));
   return page.Html();
 }
 
@@ -173,8 +163,7 @@ ExitCode RunTransmitter(TransmitterOptions options) {
   }
   CheckSupported(params);
   JsonOutput json_output(options.json_path);
-  std::optional<OutputFile> report;
-  if (!options.report_path.empty()) report.emplace(options.report_path);
+  PageOutput report(options.report_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, params, times);
   const std::optional<double> correlation = CorrelationOf(captures);
   ResultsRecord record(params);
@@ -189,10 +178,7 @@ ExitCode RunTransmitter(TransmitterOptions options) {
     json["schema"] = "vomo.tx";
     json_output.Write(json);
   }
-  if (report) {
-    report->Write(Report(captures, rows, outcome, document));
-    report->Commit();
-  }
+  if (report.wanted()) report.Write([&] { return Report(captures, rows, outcome, document); });
   if (options.timing) fmt::print(stderr, "{}", times.Table());
   return ExitCode::kWithinLimits;
 }
