@@ -169,6 +169,56 @@ TEST_F(Report, ABrowserShowsItAll) {
   }
 }
 
+// Moves, drags and double clicks as a reader does, and keeps what stood under the charts.
+constexpr const char *kReader =
+    R"html(<script>addEventListener('load', () => setTimeout(async () => {
+  const read = [];
+  const over = (id) => document.querySelector(`#${id} .u-over`);
+  const send = (id, type, x, y) => new Promise((done) => {
+    const box = over(id).getBoundingClientRect();
+    over(id).dispatchEvent(new MouseEvent(type, {
+      bubbles: true, button: 0, movementX: 5,
+      clientX: box.left + x * box.width, clientY: box.top + y * box.height}));
+    setTimeout(done, 50);
+  });
+  const look = async (id, x, y) => {
+    await send(id, 'mousemove', x, y);
+    read.push(document.querySelector(`#${id} output`).textContent);
+  };
+  await look('histogram', 0.25, 0.25);
+  await send('histogram', 'mousedown', 0.2, 0.2);
+  await send('histogram', 'mousemove', 0.6, 0.7);
+  await send('histogram', 'mouseup', 0.6, 0.7);
+  await look('histogram', 0.25, 0.25);
+  await send('histogram', 'dblclick', 0.25, 0.25);
+  await look('histogram', 0.25, 0.25);
+  await look('eye-all', 0.5, 0.5);
+  await look('eye-all', 0.25, 0.5);
+  document.documentElement.dataset.read = read.join('|') + '|';
+}, 500));</script>)html";
+
+TEST_F(Report, ZoomsAndReadsOut) {
+  MakeReport();
+  std::ofstream(Path("read.html")) << html_ << kReader;
+  Browser browser(folder_);
+  const std::string dom = browser.Dom(Path("read.html"));
+  EXPECT_EQ(browser.Console(), "");
+  const std::string mark = "data-read=\"";
+  const size_t begin = dom.find(mark);
+  ASSERT_NE(begin, std::string::npos);
+  std::stringstream text(dom.substr(begin + mark.size()));
+  std::vector<std::string> read(5);
+  for (std::string &line : read) std::getline(text, line, '|');
+  EXPECT_NE(read[0].find("jitter (ps): -"), std::string::npos) << read[0];
+  EXPECT_NE(read[1], read[0]);  // zoomed in: the same place of the window is another value
+  EXPECT_EQ(read[2], read[0]);  // and out again
+  // Nothing in the middle of the bit at 0 V; all edges cross at 0 UI, within some columns.
+  ASSERT_EQ(read[3].substr(0, 4), "UI: ");
+  EXPECT_NEAR(std::stod(read[3].substr(4)), 0.5, 0.005);  // some pixels of about 500 to a UI
+  EXPECT_NE(read[3].find("no hits"), std::string::npos) << read[3];
+  EXPECT_NE(read[4].find("hits: about "), std::string::npos) << read[4];
+}
+
 // Without scripts every chart is there as a picture.
 TEST_F(Report, StandsWithoutScripts) {
   MakeReport();
