@@ -245,7 +245,8 @@ TEST_F(Lf, ReportMarksBurstsPhasesEdgesAndLevels) {
     EXPECT_NEAR(burst["guides"][0]["value"], 500, 0.1);
     EXPECT_NEAR(burst["guides"][1]["value"], -450, 0.1);
     EXPECT_NEAR(burst["guides"][2]["value"], -450 + 0.2 * 950, 0.1);
-    for (const Json &period : ChartOf(html, "periods")["series"][0]["y"]) {
+    const Json periods = ChartOf(html, "periods");
+    for (const Json &period : periods["series"][0]["y"]) {
       EXPECT_NEAR(period, 40, 1e-3);
     }
   }
