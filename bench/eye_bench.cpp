@@ -14,6 +14,7 @@
 
 #include "eye/eye_signal.h"
 #include "eye/eye_stage.h"
+#include "peak_memory.h"
 
 namespace {
 
