@@ -28,8 +28,8 @@ struct DftSpec {
 
 namespace {
 
-// Tables and plans are made by the first run: a caller that has no room for the result, as it finds
-// out with the specification in hand, has not waited for them.
+// Tables and plans are made by the first run: a caller that finds out that it has no room for the
+// result has not waited for them.
 template <class Transform, DftType kType>
 class SpecOf : public DftSpec {
  public:
