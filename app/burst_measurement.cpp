@@ -200,11 +200,7 @@ BurstDetail DetailOf(const BurstSignal &signal, const VomoLFTestParams &params,
 }
 
 BurstSignal::BurstSignal(const std::vector<Capture> &captures) : difference_(captures) {
-  if (captures.size() < 2) return;
-  const float *a = captures[0].waveform()->pfSamples, *b = captures[1].waveform()->pfSamples;
-  common_mode_.resize(waveform().ulNumSamples);
-  std::transform(a, a + common_mode_.size(), b, common_mode_.begin(),
-                 [](float positive, float negative) { return 0.5f * (positive + negative); });
+  if (captures.size() > 1) common_mode_ = CommonModeOf(captures);
 }
 
 BurstOutcome MeasureBursts(const BurstSignal &signal, const VomoLFTestParams &params,

@@ -11,11 +11,13 @@ class App;
 
 namespace app {
 
+void AddCommonModeCommand(CLI::App &cli, ExitCode *exit_code);
 void AddConvertCommand(CLI::App &cli, ExitCode *exit_code);
 void AddInfoCommand(CLI::App &cli, ExitCode *exit_code);
 void AddDualCommand(CLI::App &cli, ExitCode *exit_code);
 void AddEyeCommand(CLI::App &cli, ExitCode *exit_code);
 void AddLfCommand(CLI::App &cli, ExitCode *exit_code);
+void AddLevelsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code);
 void AddPresetsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code);

@@ -24,6 +24,8 @@ int Run(int argc, char **argv) {
   app::AddLfCommand(cli, &exit_code);
   app::AddTransmitterCommand(cli, &exit_code);
   app::AddPresetsCommand(cli, &exit_code);
+  app::AddLevelsCommand(cli, &exit_code);
+  app::AddCommonModeCommand(cli, &exit_code);
   app::AddSettingsCommand(cli, &exit_code);
   app::AddSynthCommand(cli, &exit_code);
   try {

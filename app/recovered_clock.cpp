@@ -28,6 +28,14 @@ Signal::Signal(const std::vector<Capture> &captures) : waveform_(*captures[0].wa
   waveform_.ulTrimFront = waveform_.ulTrimBack = 0;
 }
 
+std::vector<float> CommonModeOf(const std::vector<Capture> &pair) {
+  const float *a = pair[0].waveform()->pfSamples, *b = pair[1].waveform()->pfSamples;
+  std::vector<float> common_mode(pair[0].waveform()->ulNumSamples);
+  std::transform(a, a + common_mode.size(), b, common_mode.begin(),
+                 [](float positive, float negative) { return 0.5f * (positive + negative); });
+  return common_mode;
+}
+
 RecoveredClock RecoverClock(const Signal &signal, const VomoComplianceParams &params,
                             std::span<const double> jitter) {
   const VomoWaveform &waveform = signal.waveform();

@@ -24,6 +24,9 @@ class Signal {
   VomoWaveform waveform_;
 };
 
+// Of a pair: half of the sum of its halves.
+std::vector<float> CommonModeOf(const std::vector<Capture> &pair);
+
 struct RecoveredClock {
   // Clock edges of the run, seconds from sample 0: crossings and the virtual edges between them.
   std::vector<double> edges_s;

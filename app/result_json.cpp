@@ -26,6 +26,8 @@ Json HitsJson(const TemplateHits &hits) {
   return {{"points", hits.points}, {"template_hits", hits.hits}, {"hit_ratio", hits.ratio()}};
 }
 
+}  // namespace
+
 Json RowJson(const ResultRow &row) {
   Json json = {{"quantity", row.quantity},
                {"value", NumberOrNull(row.value)},
@@ -38,8 +40,6 @@ Json RowJson(const ResultRow &row) {
   }
   return json;
 }
-
-}  // namespace
 
 Json ResultHead(const char *schema, const std::vector<Capture> &captures,
                 std::optional<double> pair_correlation) {

@@ -18,6 +18,8 @@ Json CaptureJson(const Capture &capture);
 Json ResultHead(const char *schema, const std::vector<Capture> &captures,
                 std::optional<double> pair_correlation);
 
+Json RowJson(const ResultRow &row);
+
 // Beside the rows that the terminal shows: every field of the results record with its unit, its
 // curves and the settings.
 Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,

@@ -8,7 +8,6 @@
 
 #include "engineering.h"
 #include "measurement.h"
-#include "text_table.h"
 
 namespace app {
 namespace {
@@ -219,6 +218,14 @@ std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_
       {{"quantity"}, {"value"}, {"mUI"}, {"UI"}, {"limit"}, {""}, {"method"}}};
   for (const ResultRow &row : rows) lines.push_back(LineOf(row, unit_interval_s));
   return AlignColumns(lines, "lrrrrll", colour);
+}
+
+std::vector<TextLine> PlainLines(const char *head, const std::vector<ResultRow> &rows) {
+  std::vector<TextLine> lines = {{{head}, {"value"}, {"method"}}};
+  for (const ResultRow &row : rows) {
+    lines.push_back({{row.quantity}, {Engineering(row.value, row.unit, row.digits)}, {row.method}});
+  }
+  return lines;
 }
 
 }  // namespace app

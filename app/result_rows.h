@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "template_test.h"
+#include "text_table.h"
 
 namespace app {
 
@@ -41,6 +42,11 @@ std::string LimitText(const ResultRow &row);
 
 // The rows as aligned lines; times also in thousandths of the nominal unit interval.
 std::string FormatRows(const std::vector<ResultRow> &rows, double unit_interval_s, bool colour);
+
+// The rows as quantity, value and method alone, for AlignColumns; `head` stands above the
+// quantities.
+std::vector<TextLine> PlainLines(const char *head, const std::vector<ResultRow> &rows);
+inline constexpr const char *kPlainAlignment = "lrl";
 
 }  // namespace app
 
