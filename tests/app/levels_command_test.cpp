@@ -91,7 +91,8 @@ TEST_F(Levels, TrapezoidsComeBackByBothMethods) {
       edges[row["method"]] += row["count"].get<uint64_t>();
     }
     // All but the first one, before which no run was seen.
-    const uint64_t all = truth["rising_edges"].get<uint64_t>() + truth["falling_edges"].get<int>();
+    const uint64_t all =
+        truth["rising_edges"].get<uint64_t>() + truth["falling_edges"].get<uint64_t>();
     EXPECT_EQ(edges["slope"], all - 1);
     EXPECT_EQ(edges["waveform"], all - 1);
   }
