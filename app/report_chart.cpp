@@ -12,7 +12,7 @@ using Json = nlohmann::ordered_json;
 // Without digits that no reader could see; not finite becomes null.
 Json Short(double value, int digits) {
   if (!std::isfinite(value)) return nullptr;
-  return std::stod(fmt::format("{:.{}g}", value, digits));
+  return std::strtod(fmt::format("{:.{}g}", value, digits).c_str(), nullptr);  // also subnormals
 }
 
 // A window shows parts in some thousands of an axis, and zooms into that a thousand times.
