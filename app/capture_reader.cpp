@@ -298,6 +298,12 @@ void PrintNotes(const std::string &path, const std::vector<std::string> &notes) 
   for (const std::string &note : notes) fmt::print(stderr, "vomo: note: {}: {}\n", path, note);
 }
 
+void PrintWarnings(const std::string &path, const std::vector<std::string> &warnings) {
+  for (const std::string &warning : warnings) {
+    fmt::print(stderr, "vomo: warning: {}: {}\n", path, warning);
+  }
+}
+
 Capture::Capture(Capture &&other) noexcept
     : path_(std::move(other.path_)),
       bytes_(other.bytes_),

@@ -91,6 +91,8 @@ class Capture {
 
 // Tells on the standard error output what a file's reader should know about it.
 void PrintNotes(const std::string &path, const std::vector<std::string> &notes);
+// And what makes results doubtful.
+void PrintWarnings(const std::string &path, const std::vector<std::string> &warnings);
 
 // The library's word on a step, the file, what to try and, if known, what exactly is wrong.
 Failure StatusFailure(ExitCode code, VomoStatus status, const std::string &step,

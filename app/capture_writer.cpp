@@ -5,9 +5,10 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <filesystem>
 #include <vector>
 
-#include "failure.h"
+#include "capture_reader.h"
 
 namespace app {
 namespace {
@@ -107,6 +108,37 @@ void FindRange(const CaptureFormat &format, std::span<const SampleSource> wavefo
 
 std::span<const CaptureFormat> WritableFormats() {
   return kFormats;
+}
+
+std::vector<std::string> WritableFormatNames() {
+  std::vector<std::string> names;
+  for (const CaptureFormat &format : kFormats) names.emplace_back(format.name);
+  return names;
+}
+
+const CaptureFormat &ChooseFormat(const std::string &name, const std::string &path) {
+  const std::string suffix = std::filesystem::path(path).extension().string();
+  std::string names;
+  for (const CaptureFormat &format : kFormats) {
+    const bool chosen =
+        name.empty() ? !suffix.empty() && suffix == format.suffix : name == format.name;
+    if (chosen) return format;
+    names += fmt::format("{}{} ({})", names.empty() ? "" : ", ", format.name, format.description);
+  }
+  throw Failure(ExitCode::kWrongUsage, fmt::format("{}: its suffix names no format to write", path),
+                "--to with one of " + names);
+}
+
+void WriteWaveform(const CaptureFormat &format, const VomoWaveform &waveform,
+                   const std::string &name, OutputFile &file) {
+  if (waveform.ulTrimFront + waveform.ulTrimBack > 0) {
+    PrintNotes(name, {fmt::format("hidden samples are left out: {} in front, {} behind",
+                                  waveform.ulTrimFront, waveform.ulTrimBack)});
+  }
+  const SampleSource samples = [&](const SampleSink &sink) {
+    sink({waveform.pfSamples, waveform.ulNumSamples});
+  };
+  WriteCapture(format, {waveform.ulNumSamples, waveform.dSampleInterval}, {&samples, 1}, file);
 }
 
 void WriteCapture(const CaptureFormat &format, CaptureInfo info,

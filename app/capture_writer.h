@@ -2,10 +2,14 @@
 #ifndef VOMO_APP_CAPTURE_WRITER_H
 #define VOMO_APP_CAPTURE_WRITER_H
 
+#include <vomo.h>
+
 #include <cstdint>
 #include <functional>
 #include <memory>
 #include <span>
+#include <string>
+#include <vector>
 
 #include "output_file.h"
 
@@ -39,6 +43,9 @@ struct CaptureFormat {
   std::unique_ptr<CaptureWriter> (*open)(const CaptureInfo &info, OutputFile &file);
 };
 std::span<const CaptureFormat> WritableFormats();
+std::vector<std::string> WritableFormatNames();
+// By name or, if that is empty, by the suffix of the file to write. Throws Failure.
+const CaptureFormat &ChooseFormat(const std::string &name, const std::string &path);
 
 using SampleSink = std::function<void(std::span<const float>)>;
 // Gives a whole waveform to the sink, the same one at each call.
@@ -48,6 +55,10 @@ using SampleSource = std::function<void(const SampleSink &sink)>;
 // beforehand for a format that needs the range. Throws Failure for what the format can't hold.
 void WriteCapture(const CaptureFormat &format, CaptureInfo info,
                   std::span<const SampleSource> waveforms, OutputFile &file);
+
+// The visible samples of a waveform as a file of its own; tells if there are hidden ones.
+void WriteWaveform(const CaptureFormat &format, const VomoWaveform &waveform,
+                   const std::string &name, OutputFile &file);
 
 // Open functions of the binary formats.
 // Samples are stored as this type: int16_t or float.

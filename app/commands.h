@@ -16,6 +16,7 @@ void AddConvertCommand(CLI::App &cli, ExitCode *exit_code);
 void AddInfoCommand(CLI::App &cli, ExitCode *exit_code);
 void AddDualCommand(CLI::App &cli, ExitCode *exit_code);
 void AddEyeCommand(CLI::App &cli, ExitCode *exit_code);
+void AddFilterCommand(CLI::App &cli, ExitCode *exit_code);
 void AddLfCommand(CLI::App &cli, ExitCode *exit_code);
 void AddLevelsCommand(CLI::App &cli, ExitCode *exit_code);
 void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code);

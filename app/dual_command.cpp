@@ -155,7 +155,6 @@ ExitCode RunDual(DualOptions options) {
                   "vomo settings --dual prints the built-in list");
   }
   const VomoComplianceParams &params = settings.params();
-  CheckSupported(params);
   JsonOutput json_output(options.json_path);
   PageOutput report(options.report_path);
   CaptureOptions data_request = options.data;

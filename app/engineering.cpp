@@ -12,7 +12,7 @@ constexpr const char *kPrefixes[] = {"a", "f", "p", "n", "u", "m", "", "k", "M",
 constexpr int kUnity = 6;  // position of the empty prefix
 
 bool TakesPrefix(const std::string &unit) {
-  return unit == "s" || unit == "V" || unit == "Hz" || unit == "bit/s";
+  return unit == "s" || unit == "V" || unit == "Vs" || unit == "Hz" || unit == "bit/s";
 }
 
 // Power of ten of the first digit, after rounding to the given digits: 999.96 at 4 digits gives 3.

@@ -62,21 +62,26 @@ report::Backdrop BackdropOf(const EyeGrid &grid) {
   return backdrop;
 }
 
+}  // namespace
+
+report::Chart BareEyeChart(const EyeGrid &grid, double unit_interval_s) {
+  Chart chart{};
+  chart.x = {"UI", EyeGrid::kFirstUi, EyeGrid::kFirstUi + 2.0, false, unit_interval_s * kPico, "ps",
+             {}};
+  chart.y = {"mV", grid.lowest_v * kMilli, grid.highest_v * kMilli, false, 0, "", {}};
+  chart.backdrop = BackdropOf(grid);
+  return chart;
+}
+
+namespace {
+
 Chart EyeChart(const EyeGrid &grid, BitClass bits, const ReportSource &source) {
   const VomoComplianceParams &params = source.outcome.params;
   const VomoComplianceResults &results = source.outcome.results;
-  Chart chart{};
+  Chart chart = BareEyeChart(grid, source.unit_interval_s());
   chart.id = fmt::format("eye-{}", BitClassName(bits));
   chart.title = fmt::format("Eye of {} bits: {} UI", BitClassName(bits), grid.bits);
-  chart.x = {"UI",
-             EyeGrid::kFirstUi,
-             EyeGrid::kFirstUi + 2.0,
-             false,
-             source.unit_interval_s() * kPico,
-             "ps",
-             {}};
   if (bits == BitClass::kAll) chart.size = report::Size::kWide;
-  chart.y = {"mV", grid.lowest_v * kMilli, grid.highest_v * kMilli, false, 0, "", {}};
   for (const EyeOverlay::Line &line : OverlayOf(params, bits).lines) {
     report::Outline outline{{}, line.closed, line.name, line.closed ? Ink::kRed : Ink::kOrange};
     for (const auto &[ui, v] : line.points) outline.points.emplace_back(ui, v * kMilli);
@@ -94,7 +99,6 @@ Chart EyeChart(const EyeGrid &grid, BitClass bits, const ReportSource &source) {
                 params.sNonTransTemplate.ulArrayLength},
                params);
   }
-  chart.backdrop = BackdropOf(grid);
   return chart;
 }
 

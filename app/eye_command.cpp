@@ -8,9 +8,10 @@
 #include <optional>
 
 #include "commands.h"
+#include "decision_signal.h"
 #include "engineering.h"
 #include "eye_picture.h"
-#include "measurement.h"
+#include "four_port.h"
 #include "output_file.h"
 #include "recovered_clock.h"
 #include "result_rows.h"
@@ -23,7 +24,7 @@ namespace {
 struct EyeOptions {
   CaptureOptions captures;
   SettingsRequest settings;
-  std::string png_path, csv_path, bits = "all";
+  std::string s4p_path, png_path, csv_path, bits = "all";
   bool timing = false;
 };
 
@@ -38,21 +39,30 @@ ExitCode RunEye(const EyeOptions &options) {
   StageTimes times;
   const RunSettings settings(ResolveSettings(options.settings));
   const VomoComplianceParams &params = settings.params();
-  CheckSupported(params);
   OutputFile png(options.png_path);
   std::optional<OutputFile> csv;
   if (!options.csv_path.empty()) csv.emplace(options.csv_path);
+  std::optional<FourPort> four_port;
+  if (!options.s4p_path.empty()) four_port.emplace(options.s4p_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, params, times);
+  RunInput input(captures);
+  OwnedWaveform received;
+  if (four_port) {
+    PrintWarnings(options.s4p_path, four_port->Warnings(input.waveform->dSampleInterval));
+    received = times.Time("four-port", 0, [&] { return four_port->Embed(input); });
+    input = RunInput(received.get(), input.name);
+  }
   ResultsRecord record(params);
   JitterSequence jitter;
-  Measure(captures, params, &record.results, &jitter, times);
+  Measure(input, params, &record.results, &jitter, times);
 
-  const Signal signal(captures);
-  const auto [lowest, highest] = VoltageRange(captures);
+  const DecisionSignal decided(input, params, record.results, jitter, times);
+  const Signal signal(decided.input());
+  const auto [lowest, highest] = VoltageRange(decided.input());
   const std::pair<double, double> volts = EyeVoltages(lowest, highest, params);
   const uint64_t count = signal.samples().size();
   const EyeStep step =
-      times.Time("template", count, [&] { return EyeStep(signal, params, jitter.values()); });
+      times.Time("template", count, [&] { return EyeStep(signal, params, decided.jitter()); });
   const DensityEye eye = times.Time("eye", count, [&] {
     return FoldDensityEye(signal.samples(), step.clock.positions, volts.first, volts.second);
   });
@@ -82,6 +92,8 @@ void AddEyeCommand(CLI::App &cli, ExitCode *exit_code) {
   CLI::App *command = cli.add_subcommand("eye", "Draw the density eye of a capture over two UI");
   AddCaptureOptions(command, &options->captures);
   AddSettingsOptions(command, &options->settings);
+  AddEqualiserOptions(command, &options->settings.equalisers);
+  AddChannelOption(command, &options->s4p_path);
   command->add_option("--png", options->png_path, "the picture to write")->required();
   command->add_option("--csv", options->csv_path,
                       "write the counts as well, with origin and step of both axes");

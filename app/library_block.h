@@ -4,16 +4,24 @@
 
 #include <vomo.h>
 
+#include <utility>
+
 namespace app {
 
 template <class T>
 class LibraryBlock {
  public:
   LibraryBlock() = default;
-  LibraryBlock(const LibraryBlock &) = delete;
-  LibraryBlock &operator=(const LibraryBlock &) = delete;
+  LibraryBlock(LibraryBlock &&other) noexcept
+      : data_(std::exchange(other.data_, nullptr)), handle_(std::exchange(other.handle_, 0)) {}
+  LibraryBlock &operator=(LibraryBlock &&other) noexcept {
+    std::swap(data_, other.data_);
+    std::swap(handle_, other.handle_);
+    return *this;
+  }
   ~LibraryBlock() { Vomo_HANDLE_FREE(handle_); }
 
+  explicit operator bool() const { return data_ != nullptr; }
   T *get() const { return data_; }
   T *operator->() const { return data_; }
   T &operator[](size_t index) const { return data_[index]; }
@@ -25,6 +33,8 @@ class LibraryBlock {
   T *data_ = nullptr;
   VomoHandle handle_ = 0;
 };
+
+using OwnedWaveform = LibraryBlock<VomoWaveform>;
 
 }  // namespace app
 

@@ -18,6 +18,7 @@ int Run(int argc, char **argv) {
   cli.require_subcommand(1);
   app::AddInfoCommand(cli, &exit_code);
   app::AddConvertCommand(cli, &exit_code);
+  app::AddFilterCommand(cli, &exit_code);
   app::AddMeasureCommand(cli, &exit_code);
   app::AddDualCommand(cli, &exit_code);
   app::AddEyeCommand(cli, &exit_code);

@@ -10,7 +10,9 @@
 
 #include "capture_reader.h"
 #include "commands.h"
+#include "decision_signal.h"
 #include "engineering.h"
+#include "four_port.h"
 #include "json_output.h"
 #include "measure_report.h"
 #include "measurement.h"
@@ -29,7 +31,7 @@ namespace {
 struct MeasureOptions {
   CaptureOptions captures;
   SettingsRequest settings;
-  std::string json_path, report_path;
+  std::string s4p_path, json_path, report_path;
   bool timing = false;
 };
 
@@ -46,7 +48,6 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   const Json document = ResolveSettings(options.settings);
   const RunSettings settings(document);
   const VomoComplianceParams &params = settings.params();
-  CheckSupported(params);
   if (params.psGen3BaseCompParameters != nullptr) {
     throw Failure(ExitCode::kWrongUsage,
                   "psGen3BaseCompParameters: these settings are for a transmitter run",
@@ -55,32 +56,53 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   JsonOutput json_output(options.json_path);
   std::optional<OutputFile> report;
   if (!options.report_path.empty()) report.emplace(options.report_path);
+  std::optional<FourPort> four_port;
+  if (!options.s4p_path.empty()) four_port.emplace(options.s4p_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, params, times);
   const std::optional<double> correlation = CorrelationOf(captures);
+  RunInput input(captures);
+  OwnedWaveform received;
+  if (four_port) {
+    if (!json_output.OnStandardOutput()) fmt::print("{}\n", four_port->Text());
+    PrintWarnings(options.s4p_path, four_port->Warnings(input.waveform->dSampleInterval));
+    received = times.Time("four-port", input.waveform->ulNumSamples,
+                          [&] { return four_port->Embed(input); });
+    input = RunInput(received.get(), input.name);
+  }
+  // Before the run, which leaves its taps in the settings.
+  std::optional<CtleTable> ctle;
+  if (UsesCtle(params)) {
+    ctle = times.Time("ctle", 0, [&] { return TryCtleSettings(Signal(input).waveform(), params); });
+  }
   ResultsRecord record(params);
   JitterSequence jitter;
-  Measure(captures, params, &record.results, &jitter, times);
+  Measure(input, params, &record.results, &jitter, times);
 
-  const Signal signal(captures);
+  const DecisionSignal decided(input, params, record.results, jitter, times);
+  const Signal signal(decided.input());
   std::optional<EyeStep> eye;
   if (params.psGen3BaseCompParameters == nullptr) {
     eye = times.Time("template", signal.samples().size(),
-                     [&] { return EyeStep(signal, params, jitter.values()); });
+                     [&] { return EyeStep(signal, params, decided.jitter()); });
   }
-  const auto [lowest, highest] = VoltageRange(captures);
-  const RunOutcome outcome{params,  record.results, lowest,
-                           highest, correlation,    eye ? std::optional(eye->hits) : std::nullopt};
+  const auto [lowest, highest] = VoltageRange(decided.input());
+  const RunOutcome outcome{params,         record.results,
+                           lowest,         highest,
+                           correlation,    eye ? std::optional(eye->hits) : std::nullopt,
+                           std::move(ctle)};
   const std::vector<ResultRow> rows = ResultRows(outcome);
   if (!json_output.OnStandardOutput()) PrintTable(outcome, rows, captures);
   if (json_output.wanted()) {
-    times.Time("json", 0,
-               [&] { json_output.Write(ResultJson(outcome, rows, captures, document)); });
+    times.Time("json", 0, [&] {
+      json_output.Write(ResultJson(outcome, rows, captures, document,
+                                   four_port ? four_port->ToJson() : Json(nullptr)));
+    });
   }
   if (report) {
     times.Time("report", signal.samples().size(), [&] {
       const ProgressLine progress("writing " + options.report_path);
       report->Write(MeasureReport(outcome, rows, captures, signal, eye ? &eye->clock : nullptr,
-                                  jitter.values(), document));
+                                  decided.jitter(), decided.unequalised(), document));
       report->Commit();
     });
   }
@@ -99,6 +121,8 @@ void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code) {
   AddCaptureOptions(command, &options->captures);
   AddSettingsOptions(command, &options->settings);
   AddDumpOption(command, &options->settings);
+  AddEqualiserOptions(command, &options->settings.equalisers);
+  AddChannelOption(command, &options->s4p_path);
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");
   command->add_option("--report", options->report_path,

@@ -92,12 +92,14 @@ void AddInput(report::Page &page, const std::vector<Capture> &captures) {
 std::string MeasureReport(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
                           const std::vector<Capture> &captures, const Signal &signal,
                           const RecoveredClock *clock, std::span<const double> jitter,
+                          const std::optional<UnequalisedSignal> &unequalised,
                           const Json &settings) {
-  const ReportSource source{outcome, signal, clock, jitter};
+  const ReportSource source{outcome, signal, clock, jitter, unequalised};
   report::Page page(fmt::format("{}, {}", captures[0].path(),
                                 Engineering(1 / outcome.results.dUnitInterval, "bit/s", 5)));
   AddVerdict(page, rows);
   AddResults(page, rows, outcome.params.dTargetUI);
+  if (unequalised) AddEqualisers(page, source);
   if (clock != nullptr) AddEyes(page, source);
   AddJitterCharts(page, source);
   if (clock != nullptr) AddWorstIntervals(page, source);

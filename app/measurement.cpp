@@ -65,20 +65,10 @@ std::string NameOf(const Capture &capture) {
   return fmt::format("waveform {} of {}", capture.number(), capture.path());
 }
 
-// What the library can't yet do with a setting must not pass as done.
-void CheckSupported(const VomoComplianceParams &params) {
-  if (params.iCTLEFilterParamsCount > 0 || params.psDFEFilterParams != nullptr) {
-    throw Failure(ExitCode::kWrongUsage,
-                  "settings psCTLEFilterParams and psDFEFilterParams: this version does not "
-                  "equalise",
-                  "set both to null");
-  }
-}
-
-std::pair<float, float> VoltageRange(const std::vector<Capture> &captures) {
-  const VomoWaveform &first = *captures.front().waveform();
+std::pair<float, float> VoltageRange(const RunInput &input) {
+  const VomoWaveform &first = *input.waveform;
   const float *a = first.pfSamples;
-  const float *b = captures.size() > 1 ? captures[1].waveform()->pfSamples : nullptr;
+  const float *b = input.complement != nullptr ? input.complement->pfSamples : nullptr;
   float lowest = INFINITY, highest = -INFINITY;
   for (uint32_t i = 0; i < first.ulNumSamples; ++i) {
     const float v = b == nullptr ? a[i] : a[i] - b[i];
@@ -171,21 +161,19 @@ void WarnOfResults(VomoStatus status, const VomoComplianceParams &params,
   }
 }
 
-void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &params,
+void Measure(const RunInput &input, const VomoComplianceParams &params,
              VomoComplianceResults *results, JitterSequence *jitter, StageTimes &times) {
-  VomoWaveform *waveform = captures[0].waveform();
-  VomoWaveform *complement = captures.size() > 1 ? captures[1].waveform() : nullptr;
-  const VomoStatus status = times.Time("measure", waveform->ulNumSamples, [&] {
+  const VomoStatus status = times.Time("measure", input.waveform->ulNumSamples, [&] {
     const ProgressLine progress("measuring");
-    return Vomo_GENERAL_COMPLIANCE(waveform, complement, params, results, nullptr, nullptr, nullptr,
-                                   nullptr, nullptr, nullptr,
+    return Vomo_GENERAL_COMPLIANCE(input.waveform, input.complement, params, results, nullptr,
+                                   nullptr, nullptr, nullptr, nullptr, nullptr,
                                    jitter != nullptr ? jitter->count_out() : nullptr,
                                    jitter != nullptr ? jitter->pointer() : nullptr,
                                    jitter != nullptr ? jitter->handle_out() : nullptr);
   });
   if (Vomo_STATUS_IS_ERROR(status)) {
-    throw StatusFailure(ExitCode::kNotMeasurable, status, "measuring", captures[0].path(),
-                        MeasureAdvice(status, params, *waveform));
+    throw StatusFailure(ExitCode::kNotMeasurable, status, "measuring", input.name,
+                        MeasureAdvice(status, params, *input.waveform));
   }
   WarnOfResults(status, params, *results);
 }
@@ -197,6 +185,12 @@ void AddIntervalOptions(CLI::App *command, CaptureOptions *options) {
                    "samples in a nominal unit interval, instead of --interval")
       ->check(CLI::Range(1e-3, 1e9))
       ->excludes(interval);
+}
+
+void AddChannelOption(CLI::App *command, std::string *s4p_path) {
+  command->add_option("--s4p", *s4p_path,
+                      "four-port file of a channel that the capture is sent through, in at ports 1 "
+                      "and 3, out at 2 and 4");
 }
 
 void AddFileOptions(CLI::App *command, CaptureOptions *options) {

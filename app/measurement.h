@@ -10,7 +10,7 @@
 #include <utility>
 #include <vector>
 
-#include "capture_reader.h"
+#include "run_input.h"
 #include "terminal.h"
 
 namespace CLI {
@@ -28,6 +28,9 @@ struct CaptureOptions {
   bool combined = false;
   std::optional<double> samples_per_ui;
 };
+
+// --s4p: the channel that a run sends its captures through; empty for none.
+void AddChannelOption(CLI::App *command, std::string *s4p_path);
 void AddCaptureOptions(CLI::App *command, CaptureOptions *options);
 // Of them, only the files; or only how they are read and how far their samples are apart.
 void AddFileOptions(CLI::App *command, CaptureOptions *options);
@@ -39,9 +42,6 @@ std::vector<Capture> ReadCaptures(const CaptureOptions &options, StageTimes &tim
 std::vector<Capture> ReadCaptures(const CaptureOptions &options, const VomoComplianceParams &params,
                                   StageTimes &times);
 
-// Throws Failure for settings that this version can't carry out.
-void CheckSupported(const VomoComplianceParams &params);
-
 // A capture as messages name it.
 std::string NameOf(const Capture &capture);
 
@@ -52,7 +52,7 @@ std::optional<double> CorrelationOf(const std::vector<Capture> &captures);
 void PrintCaptures(const std::vector<Capture> &captures, std::optional<double> pair_correlation);
 
 // The least and the greatest voltage of the signal as measured.
-std::pair<float, float> VoltageRange(const std::vector<Capture> &captures);
+std::pair<float, float> VoltageRange(const RunInput &input);
 
 // The results record with what the library wants to find in it before the run.
 struct ResultsRecord {
@@ -95,7 +95,7 @@ void WarnOfResults(VomoStatus status, const VomoComplianceParams &params,
 
 // Runs the general flow; jitter may be NULL. Throws Failure when it fails, and warns on the
 // standard error output of what makes its results doubtful.
-void Measure(const std::vector<Capture> &captures, const VomoComplianceParams &params,
+void Measure(const RunInput &input, const VomoComplianceParams &params,
              VomoComplianceResults *results, JitterSequence *jitter, StageTimes &times);
 
 }  // namespace app

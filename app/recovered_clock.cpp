@@ -19,9 +19,14 @@ void Require(VomoStatus status, const char *step) {
 
 }  // namespace
 
-Signal::Signal(const std::vector<Capture> &captures) : waveform_(*captures[0].waveform()) {
-  if (captures.size() < 2) return;
-  const float *a = waveform_.pfSamples, *b = captures[1].waveform()->pfSamples;
+double SettlingSamples(const VomoComplianceParams &params, double sample_interval_s) {
+  return std::clamp(std::ceil(params.dSettlingTime / sample_interval_s), kFewestSettlingSamples,
+                    kMostSettlingSamples);
+}
+
+Signal::Signal(const RunInput &input) : waveform_(*input.waveform) {
+  if (input.complement == nullptr) return;
+  const float *a = waveform_.pfSamples, *b = input.complement->pfSamples;
   difference_.resize(waveform_.ulNumSamples);
   std::transform(a, a + difference_.size(), b, difference_.begin(), std::minus<float>());
   waveform_.pfSamples = difference_.data();
@@ -39,8 +44,7 @@ std::vector<float> CommonModeOf(const std::vector<Capture> &pair) {
 RecoveredClock RecoverClock(const Signal &signal, const VomoComplianceParams &params,
                             std::span<const double> jitter) {
   const VomoWaveform &waveform = signal.waveform();
-  const double settling = std::clamp(std::ceil(params.dSettlingTime / waveform.dSampleInterval),
-                                     kFewestSettlingSamples, kMostSettlingSamples);
+  const double settling = SettlingSamples(params, waveform.dSampleInterval);
   LibraryBlock<VomoCrossoverData> crossovers, clock;
   double smallest_s = 0;
   Require(Vomo_FIND_CROSSOVERS_EX(

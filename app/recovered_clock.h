@@ -8,14 +8,14 @@
 #include <span>
 #include <vector>
 
-#include "capture_reader.h"
+#include "run_input.h"
 
 namespace app {
 
-// The differential signal of one capture or of a pair; refers to the captures.
+// The differential signal of one capture or of a pair; refers to what the input refers to.
 class Signal {
  public:
-  explicit Signal(const std::vector<Capture> &captures);
+  explicit Signal(const RunInput &input);
   const VomoWaveform &waveform() const { return waveform_; }
   std::span<const float> samples() const { return {waveform_.pfSamples, waveform_.ulNumSamples}; }
 
@@ -34,6 +34,9 @@ struct RecoveredClock {
   // recovery did not follow, so these are the edges that it would sample by.
   std::vector<double> positions;
 };
+
+// How many samples a crossing must stay beyond the threshold in a run with these settings.
+double SettlingSamples(const VomoComplianceParams &params, double sample_interval_s);
 
 // jitter: seconds, one value for each clock edge, from the run with these settings. Throws Failure
 // when the signal has no clock.

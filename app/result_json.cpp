@@ -55,7 +55,7 @@ Json ResultHead(const char *schema, const std::vector<Capture> &captures,
 }
 
 Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
-                const std::vector<Capture> &captures, const Json &settings) {
+                const std::vector<Capture> &captures, const Json &settings, const Json &four_port) {
   Json json = ResultHead("vomo.measure", captures, outcome.pair_correlation);
   bool passed = true;
   for (const ResultRow &row : rows) {
@@ -66,6 +66,10 @@ Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
   if (outcome.eye) {
     json["eye"] = {{"transition", HitsJson(outcome.eye->transition)},
                    {"non_transition", HitsJson(outcome.eye->non_transition)}};
+  }
+  if (!four_port.is_null()) json["four_port"] = four_port;
+  if (UsesCtle(outcome.params) || UsesDfe(outcome.params)) {
+    json["equalisers"] = EqualiserJson(outcome.ctle, outcome.params, outcome.results);
   }
   json["results"] = RecordToJson(kComplianceResultsType, &outcome.results);
   json["results_units"] = RecordUnits(kComplianceResultsType);

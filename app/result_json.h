@@ -21,9 +21,10 @@ Json ResultHead(const char *schema, const std::vector<Capture> &captures,
 Json RowJson(const ResultRow &row);
 
 // Beside the rows that the terminal shows: every field of the results record with its unit, its
-// curves and the settings.
+// curves and the settings; the four-port that the captures were sent through, or null.
 Json ResultJson(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
-                const std::vector<Capture> &captures, const Json &settings);
+                const std::vector<Capture> &captures, const Json &settings,
+                const Json &four_port = nullptr);
 
 }  // namespace app
 

@@ -84,6 +84,49 @@ bool HasNonTransTemplate(const RunOutcome &run) {
   return HasEye(run) && run.params.sNonTransTemplate.ulArrayLength > 0;
 }
 
+const CtleTrial *ChosenCtle(const RunOutcome &run) {
+  return run.ctle ? run.ctle->Find(run.results.iCTLEIndexUsed) : nullptr;
+}
+
+bool HasCtle(const RunOutcome &run) {
+  return UsesCtle(run.params);
+}
+
+std::string CtleMethod(const RunOutcome &run) {
+  const int32_t chosen = run.results.iCTLEIndexUsed;
+  if (chosen <= 0) return "the signal as it is has the best eye";
+  return DescribeCtle(run.params.psCTLEFilterParams[chosen - 1]);
+}
+
+// What was to be chosen from, and what the signal would have had without.
+std::string CtleScoreMethod(const RunOutcome &run) {
+  const CtleTrial *none = run.ctle->Find(0);
+  const std::string without =
+      none->score ? Engineering(*none->score, run.ctle->unit(), 4) : "not measurable";
+  return fmt::format("{} in the trial{}, of {} settings; without a CTLE {}",
+                     run.ctle->criterion_name(), run.ctle->behind_dfe ? " behind the DFE" : "",
+                     run.params.iCTLEFilterParamsCount, without);
+}
+
+// The DFE finds edges of its own, which nothing looks for patterns in.
+bool HasPatternCheck(const RunOutcome &run) {
+  return run.params.psPatChkData != nullptr && !UsesDfe(run.params);
+}
+
+bool HasDfe(const RunOutcome &run) {
+  return UsesDfe(run.params);
+}
+
+std::string TapsMethod(const RunOutcome &run) {
+  const VomoDFEParams &dfe = *run.params.psDFEFilterParams;
+  std::string taps;
+  for (int32_t k = 0; k < dfe.iDFETapCount; ++k) {
+    taps +=
+        fmt::format("{}{}", k == 0 ? "" : ", ", Engineering(double{dfe.afDFETapValues[k]}, "V", 4));
+  }
+  return taps;
+}
+
 using Value = double (*)(const RunOutcome &);
 using Text = std::string (*)(const RunOutcome &);
 using Count = uint64_t (*)(const RunOutcome &);
@@ -98,6 +141,7 @@ struct RowDefinition {
   Value limit = nullptr;  // a limit of 0 is none
   bool (*shown)(const RunOutcome &) = [](const RunOutcome &) { return true; };
   bool limit_is_least = false;
+  const char *(*unit_of)(const RunOutcome &) = nullptr;  // where it depends on the run
 };
 
 #define VALUE(expression) \
@@ -111,16 +155,23 @@ const RowDefinition kRows[] = {
      TEXT("reciprocal of the unit interval"), AllUi},
     {"Rate offset", "ppm", 4, VALUE((run.params.dTargetUI / run.results.dUnitInterval - 1) * 1e6),
      TEXT(fmt::format("against {}", Engineering(1 / run.params.dTargetUI, "bit/s", 4))), AllUi},
+    {"CTLE setting", "", 1, VALUE(run.results.iCTLEIndexUsed), CtleMethod, NoUi, nullptr, HasCtle},
+    {"CTLE score", "", 4, VALUE(ChosenCtle(run)->score.value_or(NAN)), CtleScoreMethod,
+     [](const RunOutcome &run) { return static_cast<uint64_t>(run.ctle->trial_ui); }, nullptr,
+     [](const RunOutcome &run) { return ChosenCtle(run) != nullptr; }, false,
+     [](const RunOutcome &run) { return run.ctle->unit(); }},
+    {"DFE taps", "", 1, VALUE(run.params.psDFEFilterParams->iDFETapCount), TapsMethod, NoUi,
+     nullptr, HasDfe},
     {"First crossover", "s", 4, VALUE(run.results.dFirstCrossoverTime), TEXT("from sample 0"),
      NoUi},
     {"Smallest edge spacing", "s", 4, VALUE(run.results.dMinCrossoverInterval),
      TEXT("between neighbouring crossovers"), AllUi},
     {"Edge density", "1/UI", 4, VALUE(run.results.dEdgeDensity), TEXT("crossovers in each UI"),
-     AllUi, nullptr, [](const RunOutcome &run) { return run.params.psPatChkData != nullptr; }},
+     AllUi, nullptr, HasPatternCheck},
     {"Pattern check", "", 1, VALUE(run.results.ePatChkResult == PATCHK_OK ? 0 : 1), PatternMethod,
      AllUi, VALUE(0),
      [](const RunOutcome &run) {
-       return run.params.psPatChkData != nullptr && run.params.psPatChkData->ulPatDefCount > 0;
+       return HasPatternCheck(run) && run.params.psPatChkData->ulPatDefCount > 0;
      }},
     {"TIE, peak to peak", "s", 4, VALUE(run.results.dTIEPeakPeak),
      TEXT("against a steady clock, unfiltered"), AllUi},
@@ -197,7 +248,8 @@ std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
   std::vector<ResultRow> rows;
   for (const RowDefinition &definition : kRows) {
     if (!definition.shown(outcome)) continue;
-    ResultRow row{definition.quantity, definition.value(outcome),  definition.unit,
+    const char *unit = definition.unit_of ? definition.unit_of(outcome) : definition.unit;
+    ResultRow row{definition.quantity, definition.value(outcome),  unit,
                   definition.digits,   definition.method(outcome), definition.ui_count(outcome),
                   std::nullopt};
     row.of_eye = definition.shown == HasEye || definition.shown == HasTemplate ||

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "equaliser.h"
 #include "template_test.h"
 #include "text_table.h"
 
@@ -19,6 +20,7 @@ struct RunOutcome {
   float lowest_v, highest_v;               // of the signal as measured
   std::optional<double> pair_correlation;  // of the halves of a pair
   std::optional<EyeHits> eye = {};         // unless the run measures no eye
+  std::optional<CtleTable> ctle = {};      // when there is a family of settings
 };
 
 struct ResultRow {

@@ -115,10 +115,10 @@ constexpr RecordType kType = {sizeof(Record), kFields};
 namespace ctle_params {
 using Record = VomoCTLEParams;
 constexpr Field kFields[] = {
-    FIELD(fAdc),
-    FIELD(fFz).In("Hz").From(0),
-    FIELD(fFp1).In("Hz").From(0),
-    FIELD(fFp2).In("Hz").From(0),
+    FIELD(fAdc).Above(0),
+    FIELD(fFz).In("Hz").Above(0),
+    FIELD(fFp1).In("Hz").Above(0),
+    FIELD(fFp2).In("Hz").Above(0),
 };
 constexpr RecordType kType = {sizeof(Record), kFields};
 }  // namespace ctle_params
@@ -126,7 +126,7 @@ constexpr RecordType kType = {sizeof(Record), kFields};
 namespace dfe_params {
 using Record = VomoDFEParams;
 constexpr Field kFields[] = {
-    FIELD(dUnitInterval).In("s").From(0),
+    FIELD(dUnitInterval).In("s").Above(0),
     FIELD(afTapMin).In("V"),
     FIELD(afTapMax).In("V"),
     FIELD(afDFETapValues).In("V"),
@@ -437,6 +437,7 @@ constexpr Field kFields[] = {
 }  // namespace
 
 const RecordType kComplianceParamsType = {sizeof(VomoComplianceParams), compliance_params::kFields};
+const RecordType kCtleParamsType = ctle_params::kType;
 const RecordType kComplianceResultsType = {sizeof(VomoComplianceResults),
                                            compliance_results::kFields};
 const RecordType kRunSettingsType = {sizeof(RunSettingsRecord), run_settings::kFields};

@@ -12,6 +12,9 @@ namespace app {
 // their lists, and the pass/fail records, which follow from the templates.
 extern const RecordType kComplianceParamsType;
 
+// VomoCTLEParams.
+extern const RecordType kCtleParamsType;
+
 // VomoComplianceResults without handles and reserved space.
 extern const RecordType kComplianceResultsType;
 

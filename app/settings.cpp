@@ -135,16 +135,22 @@ VomoGen3BaseCompParameters Transmitter() {
   return gen3;
 }
 
-double RateOf(const SettingsRequest &request, const std::vector<Json> &changes) {
-  if (request.rate) return *request.rate;
+// Without equalisers in the set, these wait for some.
+void SetEqualisers(VomoComplianceParams &params) {
+  params.iCTLEUICount = kTrialUi;
+  // The other three judge by the outermost levels of the eye, this one by the spread of its edges.
+  params.eCTLEOpt = OPT_EYE_WIDTH;
+  params.fCTLEBeginSampleWindow = 0.4f;
+  params.fCTLEEndSampleWindow = 0.6f;
+}
+
+// Of the last change that tells it, if there is one.
+std::optional<double> UnitIntervalOf(const std::vector<Json> &changes) {
   for (auto change = changes.rbegin(); change != changes.rend(); ++change) {
     const auto ui = change->find("dTargetUI");
-    if (ui != change->end() && ui->is_number() && ui->get<double>() > 0) {
-      return 1 / ui->get<double>();
-    }
+    if (ui != change->end() && ui->is_number() && ui->get<double>() > 0) return ui->get<double>();
   }
-  throw Failure(ExitCode::kWrongUsage, "the nominal bit rate is not known",
-                "--rate 8e9, or dTargetUI in the settings");
+  return std::nullopt;
 }
 
 // The library leaves out a dump that it can't write.
@@ -175,6 +181,7 @@ Json BuiltInSettings(double rate, RunKind kind) {
   SetNoiseFloor(rate, params);
   SetJitterFit(RowFor(rate), params);
   SetEye(RowFor(rate), &x, &y, params);
+  SetEqualisers(params);
   const VomoDualPortParams dual = DualPort(rate);
   if (kind == RunKind::kDualPort) record.sDualPort = &dual;
   const VomoGen3BaseCompParameters transmitter = Transmitter();
@@ -191,13 +198,24 @@ Json ResolveSettings(const SettingsRequest &request) {
     }
     changes.push_back(std::move(dumped.document));
   }
+  // Before the assignments, which may change single fields of the equalisers.
+  const size_t from_files = changes.size() + (request.file.empty() ? 0 : 1);
   for (Json &change : ReadChanges(request)) changes.push_back(std::move(change));
+  const std::optional<double> unit_interval_s = UnitIntervalOf(changes);
+  if (!request.rate && !unit_interval_s) {
+    throw Failure(ExitCode::kWrongUsage, "the nominal bit rate is not known",
+                  "--rate 8e9, or dTargetUI in the settings");
+  }
+  changes.insert(changes.begin() + static_cast<std::ptrdiff_t>(from_files),
+                 EqualiserSettings(request.equalisers,
+                                   unit_interval_s ? 1 / *unit_interval_s : *request.rate));
   if (!request.dump_path.empty()) {
     CheckDumpFile(request.dump_path);
     changes.push_back({{"pcParameterDumpFile", request.dump_path}});
   }
-  Json document = ApplyChanges(kRunSettingsType,
-                               BuiltInSettings(RateOf(request, changes), request.kind), changes);
+  Json document = ApplyChanges(
+      kRunSettingsType,
+      BuiltInSettings(request.rate ? *request.rate : 1 / *unit_interval_s, request.kind), changes);
   RunSettings{document};  // for what no single field tells, such as the shape of a template
   return document;
 }

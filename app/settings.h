@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "equaliser_settings.h"
 #include "run_records.h"
 #include "settings_document.h"
 
@@ -18,9 +19,10 @@ enum class RunKind { kSignal, kDualPort, kTransmitter };
 // What the command line says about the settings.
 struct SettingsRequest : SettingsChanges {
   RunKind kind = RunKind::kSignal;
-  std::optional<double> rate;  // bit/s, chooses the built-in set
-  std::string dump;            // text of an earlier run's settings, before the other changes
-  std::string dump_path;       // pcParameterDumpFile, empty: as the settings say
+  EqualiserRequest equalisers;  // between the file and the assignments
+  std::optional<double> rate;   // bit/s, chooses the built-in set
+  std::string dump;             // text of an earlier run's settings, before the other changes
+  std::string dump_path;        // pcParameterDumpFile, empty: as the settings say
 };
 
 // A parameter record with all that its pointers lead to.

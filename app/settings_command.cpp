@@ -46,6 +46,17 @@ void AddDumpOption(CLI::App *command, SettingsRequest *request) {
                       "--from-dump reads them back");
 }
 
+void AddEqualiserOptions(CLI::App *command, EqualiserRequest *request) {
+  command->add_option(
+      "--ctle", request->ctle,
+      "CTLE settings to choose the best of, behind the captures: each as gain at "
+      "DC, zero and two poles in Hz with commas between, a JSON file with a list of "
+      "them, or built-in");
+  command->add_option("--dfe", request->dfe,
+                      "DFE taps in volts with commas between, or auto for one tap that is "
+                      "estimated from the signal");
+}
+
 void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code) {
   auto options = std::make_shared<SettingsOptions>();
   CLI::App *command =
@@ -68,6 +79,7 @@ void AddSettingsCommand(CLI::App &cli, ExitCode *exit_code) {
                    "the settings of vomo lf: 1 for a burst train, 2 for pulse-width coded bursts")
       ->check(CLI::Range(1, 2))
       ->excludes(rate, dump, dual, tx);
+  AddEqualiserOptions(command, &options->run.equalisers);
   command->callback([options, exit_code] {
     const std::string text = Resolve(*options).dump(2) + "\n";
     std::fwrite(text.data(), 1, text.size(), stdout);

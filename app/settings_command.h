@@ -15,6 +15,9 @@ CLI::Option *AddSettingsOptions(CLI::App *command, SettingsRequest *request);
 // --dump, of the subcommands that run with the settings.
 void AddDumpOption(CLI::App *command, SettingsRequest *request);
 
+// --ctle and --dfe.
+void AddEqualiserOptions(CLI::App *command, EqualiserRequest *request);
+
 }  // namespace app
 
 #endif

@@ -2,27 +2,18 @@
 
 #include <fmt/format.h>
 
-#include <fstream>
-
 #include "failure.h"
+#include "json_file.h"
 
 namespace app {
 namespace {
 
 Json ReadDocument(const std::string &path) {
-  std::ifstream file(path, std::ios::binary);
-  if (!file) {
-    throw Failure(ExitCode::kWrongUsage, fmt::format("cannot read the settings file {}", path),
-                  "vomo settings prints a set to start from");
-  }
-  try {
-    Json document = Json::parse(file, nullptr, true, /*ignore_comments=*/true);
-    if (document.is_object()) return document;
-  } catch (const Json::parse_error &error) {
-    throw Failure(ExitCode::kWrongUsage, fmt::format("settings file {}: {}", path, error.what()));
-  }
+  Json document =
+      ReadJsonFile(path, "the settings file", "vomo settings prints a set to start from");
+  if (document.is_object()) return document;
   throw Failure(ExitCode::kWrongUsage,
-                fmt::format("settings file {}: expected an object of settings", path));
+                fmt::format("the settings file {}: expected an object of settings", path));
 }
 
 // "sFilterParams.dFc=5e6" as {"sFilterParams": {"dFc": 5e6}}. A value that isn't JSON is a text.

@@ -161,7 +161,6 @@ ExitCode RunTransmitter(TransmitterOptions options) {
     throw Failure(ExitCode::kWrongUsage, "psGen3BaseCompParameters: a transmitter run needs it",
                   "vomo settings --tx prints the built-in values");
   }
-  CheckSupported(params);
   JsonOutput json_output(options.json_path);
   PageOutput report(options.report_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, params, times);

@@ -395,7 +395,6 @@ TEST_F(Measure, ExitCodesAndMessages) {
       {{"a.txt", "--set", "dTjPeakPeakJitterLimit=0"}, 0, {}},  // 0 is no limit
       {{"a.txt", "--set", "dTargetUII=1e-12"}, 2, {"dTargetUII"}},
       {{"a.txt", "--settings", Path("broken.json")}, 2, {"broken.json"}},
-      {{"a.txt", "--set", "psCTLEFilterParams=[{}]"}, 2, {"psCTLEFilterParams"}},
       {{"a.txt", "--format", "text", "--unknown"}, 2, {"--unknown"}},
       {{"a.txt", "--json", Path("no/folder/x.json")}, 2, {"no/folder"}},
       {{"missing.txt"}, 3, {"missing.txt", "try: "}},

@@ -53,6 +53,8 @@ TEST(Settings, RefusalsNameTheKeyAndWhatWasExpected) {
       {"sNonTransTemplate={\"adXArray\":[0.2,0.5,0.8,0.5],\"afYArray\":[0,-0.1,0,0.1]}",
        "sNonTransTemplate: .*turns left at vertex 1"},
       {"sTransTemplate.adXArray=[0.2,\"a\",0,0,0,0]", "sTransTemplate\\.adXArray\\[1\\]: .*\"a\""},
+      {"psCTLEFilterParams=[{\"fAdc\":0.5}]", "psCTLEFilterParams\\[0\\]\\.fFz: .*above 0"},
+      {"psDFEFilterParams={\"iDFETapCount\":1}", "psDFEFilterParams\\.dUnitInterval: .*above 0"},
       {"psDFEFilterParams.afTapMin=[1,2]", "afTapMin: .*list of 16"},
       {"psPatChkData.psPatDefArray=[{\"pdPatDefCounts\":[]}]", "psPatDefArray\\[0\\]\\.pdPat"},
       {"psGen3BaseCompParameters={\"ulEIEOSFirst\":1}", "ulPS21ShortRun: .*found 0"},
@@ -83,8 +85,9 @@ TEST(Settings, AssignmentsReachTheRecord) {
       "iVoltageHistTrimCount=-7",
       "usDerateDeemphasisJitter=65535",
       "sTransTemplate={\"adXArray\":[0.25,0.5,0.75,0.5],\"afYArray\":[0,0.1,0,-0.1]}",
-      "psCTLEFilterParams=[{\"fAdc\":0.5},{\"fFz\":2e9,\"fFp1\":4e9}]",
-      "psDFEFilterParams.iDFETapCount=2",
+      "psCTLEFilterParams=[{\"fAdc\":0.5,\"fFz\":1e9,\"fFp1\":2e9,\"fFp2\":8e9},"
+      "{\"fAdc\":0.7,\"fFz\":2e9,\"fFp1\":4e9,\"fFp2\":8e9}]",
+      "psDFEFilterParams={\"dUnitInterval\":125e-12,\"iDFETapCount\":2}",
       "psPatChkData={\"psPatDefArray\":[{\"pdPatDefCounts\":[0,1,2]},{\"pdPatDefCounts\":[7]}]}",
       "pcParameterDumpFile=run.txt",
   })));
