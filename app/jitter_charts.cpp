@@ -250,14 +250,17 @@ Chart Spectra(const ReportSource &source) {
   add("raw", spectrum.pdRawMagnitude, spectrum.ulBinCount, Ink::kGrey);
   add("filtered", spectrum.pdFilteredMagnitude, spectrum.ulBinCount, Ink::kBlue);
   add("noise floor", floor.data(), floor.size(), Ink::kRed);
-  // Bins without content would stretch the axis to nothing.
-  double greatest = 0;
+  // Bins next to empty would stretch the axis to nothing.
+  double least = INFINITY, greatest = 0;
   for (const Series &series : chart.series) {
-    for (const double y : series.y) greatest = std::max(greatest, y);
+    for (const double y : series.y) {
+      greatest = std::max(greatest, y);
+      if (y > 0) least = std::min(least, y);
+    }
   }
   if (greatest > 0) {
     chart.y.high = 2 * greatest;
-    chart.y.low = 1e-6 * greatest;
+    chart.y.low = std::max(least / 2, 1e-6 * greatest);
   }
   return chart;
 }

@@ -9,7 +9,7 @@ namespace app::report {
 namespace {
 
 // Room around the plot for labels, pixels.
-constexpr double kLeft = 62, kRight = 14, kTop = 10, kBottom = 44, kSecondRow = 16;
+constexpr double kLeft = 62, kRight = 26, kTop = 10, kBottom = 44, kSecondRow = 16;
 
 // An axis on the page: values to pixels.
 class Scale {

@@ -132,6 +132,20 @@
     }
   });
 
+  // The library's own search for the ticks of a logarithmic axis does not end for every range.
+  const logarithmic = {
+    splits: (u, axis, min, max) => {
+      const ticks = [];
+      for (let power = Math.floor(Math.log10(min)); power <= Math.log10(max); ++power) {
+        for (let digit = 1; digit < 10; ++digit) ticks.push(Number(`${digit}e${power}`));
+      }
+      const inside = ticks.filter((v) => v >= min && v <= max);
+      return inside.length > 1 ? inside : [min, max];
+    },
+    filter: (u, ticks) => ticks.length < 10
+        ? ticks : ticks.map((v) => Number.isInteger(Math.log10(v)) ? v : null),
+  };
+
   const axes = (spec) => {
     // A grid would hide the cells below it.
     const shared = () => ({stroke: theme.ink,
@@ -141,11 +155,13 @@
     const numbers = (u, values) => values.map((v) => {
       if (v == null) return null;
       const size = Math.abs(v);
-      return size !== 0 && (size < 1e-4 || size >= 1e6) ? v.toExponential().replace('e+', 'e')
+      return size !== 0 && (size < 1e-3 || size >= 1e6) ? v.toExponential().replace('e+', 'e')
                                                         : short(v);
     });
     const x = {...shared(), label: spec.x.label, size: 34, space: 70, values: numbers};
     const y = {...shared(), label: spec.y.label, size: kAxisGap - 14, values: numbers};
+    if (spec.x.log) Object.assign(x, logarithmic);
+    if (spec.y.log) Object.assign(y, logarithmic);
     if (spec.x.categories) {
       x.splits = () => spec.x.categories.map((_, i) => i);
       x.values = (u, values) => values.map((v) => spec.x.categories[v] ?? '');

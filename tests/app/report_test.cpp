@@ -192,6 +192,9 @@ constexpr const char *kReader =
   await look('histogram', 0.25, 0.25);
   await send('histogram', 'dblclick', 0.25, 0.25);
   await look('histogram', 0.25, 0.25);
+  await send('spectrum', 'mousedown', 0.31, 0.27);
+  await send('spectrum', 'mousemove', 0.83, 0.71);
+  await send('spectrum', 'mouseup', 0.83, 0.71);
   await look('eye-all', 0.5, 0.5);
   await look('eye-all', 0.25, 0.5);
   document.documentElement.dataset.read = read.join('|') + '|';
