@@ -27,10 +27,8 @@ class Levels : public Program {
     arguments.insert(arguments.end(), {"--json", Path("json")});
     const Outcome outcome = Run(arguments);
     EXPECT_EQ(outcome.exit_code, 0) << outcome.err;
-    table_ = outcome.out;
     return Json::parse(Contents(Path("json")));
   }
-  std::string table_;
 };
 
 double ValueOf(const Json &json, const std::string &quantity) {
@@ -90,12 +88,40 @@ TEST_F(Levels, TrapezoidsComeBackByBothMethods) {
       EXPECT_LT(row["standard_deviation"], 1e-6 * edge_s);
       edges[row["method"]] += row["count"].get<uint64_t>();
     }
+    for (size_t kind = 0; kind < 4; ++kind) {
+      const Json &histogram = json["histograms"][kind];
+      EXPECT_EQ(histogram["outside"], 0);
+      uint64_t counted = 0;
+      for (const char *method : {"slope", "waveform"}) {
+        for (const uint64_t count : histogram[method]) counted += count;
+      }
+      EXPECT_EQ(counted, 2 * json["edge_times"][2 * kind]["count"].get<uint64_t>());
+    }
     // All but the first one, before which no run was seen.
     const uint64_t all =
         truth["rising_edges"].get<uint64_t>() + truth["falling_edges"].get<uint64_t>();
     EXPECT_EQ(edges["slope"], all - 1);
     EXPECT_EQ(edges["waveform"], all - 1);
   }
+}
+
+TEST_F(Levels, EdgesAreToldApartByTheRunBefore) {
+  std::ofstream(Path("bits")) << "1111 0000 10101";
+  ASSERT_EQ(Run({"synth", Path("capture"), "--format", "bin", "--ui", "13", "--bits", Path("bits")})
+                .exit_code,
+            0);
+  std::map<std::string, int> counts;
+  const Json json = Measure({"levels", Path("capture")});
+  for (const Json &row : json["edge_times"]) {
+    counts[row["edge"].get<std::string>() + " from " + row["from"].get<std::string>()] +=
+        row["count"].get<int>();
+  }
+  // By two methods. The first edge falls behind a run whose beginning was not seen.
+  EXPECT_EQ(counts, (std::map<std::string, int>{{"rising from steady", 2},
+                                                {"falling from peak", 4},
+                                                {"rising from peak", 4},
+                                                {"falling from steady", 0}}));
+  EXPECT_TRUE(json["edge_times"].back()["median"].is_null());
 }
 
 TEST_F(Levels, CommonModeToneComesThroughTheFilters) {
