@@ -267,7 +267,7 @@ void AddCommonModeCommand(CLI::App &cli, ExitCode *exit_code) {
       ->add_option("--guard", options->guard_fraction,
                    "share that is left out at each end of a filtered waveform")
       ->capture_default_str()
-      ->check(CLI::Range(0.0, 0.5));
+      ->check(CLI::Range(0.0, 0.49));
   command->add_option("--json", options->json_path,
                       "write the whole result as JSON; - for the standard output, without a table");
   command->add_option("--report", options->report_path, "write the result as an HTML page");

@@ -199,7 +199,7 @@ TEST_F(Levels, RefusalsSayWhatToDo) {
       {{"common-mode", Path("p")}, 2, "both halves"},
       {{"common-mode", Path("p"), Path("n"), "--combined"}, 2, "--combined takes one file"},
       {{"common-mode", Path("p"), Path("n"), "--high-pass", "5e8"}, 2, "is not below"},
-      {{"common-mode", Path("p"), Path("n"), "--guard", "0.5"}, 4, "--guard"},
+      {{"common-mode", Path("p"), Path("n"), "--guard", "0.5"}, 2, "--guard"},
       {{"common-mode", Path("p"), Path("clock")}, 3, "does not match"},
       {{"common-mode", Path("p"), Path("n"), "--high-pass", "1e3"}, 0, "less than a period"},
   };
