@@ -18,19 +18,18 @@
 #include "recovered_clock.h"
 #include "report_parts.h"
 #include "result_json.h"
+#include "result_options.h"
 #include "text_table.h"
 
 namespace app {
 namespace {
 
-struct CommonModeOptions {
+struct CommonModeOptions : ResultOptions {
   CaptureOptions captures;
   double rate = 8e9;
   double high_pass_hz = 30e3, band_low_pass_hz = 500e6;
   std::optional<double> low_pass_hz;
   double guard_fraction = 0.01;
-  std::string json_path, report_path;
-  bool timing = false;
 
   double LowPass() const { return low_pass_hz.value_or(rate / 2); }
 };
@@ -268,10 +267,7 @@ void AddCommonModeCommand(CLI::App &cli, ExitCode *exit_code) {
                    "share that is left out at each end of a filtered waveform")
       ->capture_default_str()
       ->check(CLI::Range(0.0, 0.49));
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path, "write the result as an HTML page");
-  command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunCommonMode(*options); });
 }
 

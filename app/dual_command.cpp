@@ -14,18 +14,17 @@
 #include "measurement.h"
 #include "page_output.h"
 #include "result_json.h"
+#include "result_options.h"
 #include "result_rows.h"
 #include "settings_command.h"
 
 namespace app {
 namespace {
 
-struct DualOptions {
+struct DualOptions : ResultOptions {
   CaptureOptions data;  // paths: data, clock and the data's negative half
   std::optional<double> clock_interval_s;
   SettingsRequest settings;
-  std::string json_path, report_path;
-  bool timing = false;
 };
 
 struct DualRun {
@@ -202,10 +201,7 @@ void AddDualCommand(CLI::App &cli, ExitCode *exit_code) {
       ->check(CLI::Range(1e-18, 1e3));
   AddSettingsOptions(command, &options->settings);
   AddDumpOption(command, &options->settings);
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path, "write the result as an HTML page");
-  command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunDual(*options); });
 }
 

@@ -18,6 +18,7 @@
 #include "recovered_clock.h"
 #include "report_parts.h"
 #include "result_json.h"
+#include "result_options.h"
 #include "synth_signal.h"
 #include "text_table.h"
 
@@ -28,12 +29,10 @@ constexpr double kPico = 1e12, kMilli = 1e3;
 constexpr int kTimeDigits = 4;
 constexpr double kRounding_s = 1e-18;  // a spread below it is no spread of the signal
 
-struct LevelsOptions {
+struct LevelsOptions : ResultOptions {
   CaptureOptions captures;
   double rate = 8e9;
   double low = 0.2, high = 0.8;  // of the swing
-  std::string json_path, report_path;
-  bool timing = false;
 };
 
 std::vector<ResultRow> LevelRows(const std::array<float, kLevels> &levels_v) {
@@ -338,10 +337,7 @@ void AddLevelsCommand(CLI::App &cli, ExitCode *exit_code) {
         ->capture_default_str()
         ->check(CLI::Range(0.0, 1.0));
   }
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path, "write the result as an HTML page");
-  command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunLevels(*options); });
 }
 

@@ -12,18 +12,18 @@
 #include "json_output.h"
 #include "lf_report.h"
 #include "measurement.h"
+#include "page_output.h"
 #include "reading_options.h"
 #include "result_json.h"
+#include "result_options.h"
 #include "settings_command.h"
 
 namespace app {
 namespace {
 
-struct LfOptions {
+struct LfOptions : ResultOptions {
   CaptureOptions captures;
   BurstSettingsRequest settings;
-  std::string json_path, report_path;
-  bool timing = false;
 };
 
 ExitCode RunLf(const LfOptions &options) {
@@ -31,8 +31,7 @@ ExitCode RunLf(const LfOptions &options) {
   const Json document = ResolveBurstSettings(options.settings);
   const BurstSettings settings = LoadBurstSettings(document);
   JsonOutput json_output(options.json_path);
-  std::optional<OutputFile> report;
-  if (!options.report_path.empty()) report.emplace(options.report_path);
+  PageOutput report(options.report_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, times);
   const std::optional<double> correlation = CorrelationOf(captures);
   const BurstSignal signal(captures);
@@ -49,11 +48,11 @@ ExitCode RunLf(const LfOptions &options) {
     json_output.Write(BurstsJson(ResultHead("vomo.lf", captures, correlation), outcome, rows,
                                  signal.waveform().dSampleInterval, document));
   }
-  if (report) {
+  if (report.wanted()) {
     times.Time("report", signal.waveform().ulNumSamples, [&] {
-      const ProgressLine progress("writing " + options.report_path);
-      report->Write(BurstsReport({signal, settings, outcome, rows}, captures, document));
-      report->Commit();
+      report.Write([&] {
+        return BurstsReport({signal, settings, outcome, rows}, captures, document);
+      });
     });
   }
   if (options.timing) fmt::print(stderr, "{}", times.Table());
@@ -74,11 +73,7 @@ void AddLfCommand(CLI::App &cli, ExitCode *exit_code) {
           "1 for a burst train, 2 for pulse-width coded bursts; not needed with --settings")
       ->check(CLI::Range(1, 2));
   AddChangeOptions(command, &options->settings);
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path,
-                      "write the result with its pictures as one HTML page");
-  command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunLf(*options); });
 }
 

@@ -17,8 +17,10 @@
 #include "measure_report.h"
 #include "measurement.h"
 #include "output_file.h"
+#include "page_output.h"
 #include "reading_options.h"
 #include "result_json.h"
+#include "result_options.h"
 #include "result_rows.h"
 #include "settings_command.h"
 #include "signal_summary.h"
@@ -28,11 +30,10 @@
 namespace app {
 namespace {
 
-struct MeasureOptions {
+struct MeasureOptions : ResultOptions {
   CaptureOptions captures;
   SettingsRequest settings;
-  std::string s4p_path, json_path, report_path;
-  bool timing = false;
+  std::string s4p_path;
 };
 
 void PrintTable(const RunOutcome &outcome, const std::vector<ResultRow> &rows,
@@ -54,8 +55,7 @@ ExitCode RunMeasure(const MeasureOptions &options) {
                   "vomo tx, or set it to null");
   }
   JsonOutput json_output(options.json_path);
-  std::optional<OutputFile> report;
-  if (!options.report_path.empty()) report.emplace(options.report_path);
+  PageOutput report(options.report_path);
   std::optional<FourPort> four_port;
   if (!options.s4p_path.empty()) four_port.emplace(options.s4p_path);
   const std::vector<Capture> captures = ReadCaptures(options.captures, params, times);
@@ -98,12 +98,12 @@ ExitCode RunMeasure(const MeasureOptions &options) {
                                    four_port ? four_port->ToJson() : Json(nullptr)));
     });
   }
-  if (report) {
+  if (report.wanted()) {
     times.Time("report", signal.samples().size(), [&] {
-      const ProgressLine progress("writing " + options.report_path);
-      report->Write(MeasureReport(outcome, rows, captures, signal, eye ? &eye->clock : nullptr,
-                                  decided.jitter(), decided.unequalised(), document));
-      report->Commit();
+      report.Write([&] {
+        return MeasureReport(outcome, rows, captures, signal, eye ? &eye->clock : nullptr,
+                             decided.jitter(), decided.unequalised(), document);
+      });
     });
   }
   if (options.timing) fmt::print(stderr, "{}", times.Table());
@@ -123,11 +123,7 @@ void AddMeasureCommand(CLI::App &cli, ExitCode *exit_code) {
   AddDumpOption(command, &options->settings);
   AddEqualiserOptions(command, &options->settings.equalisers);
   AddChannelOption(command, &options->s4p_path);
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path,
-                      "write the result with its pictures as one HTML page");
-  command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunMeasure(*options); });
 }
 

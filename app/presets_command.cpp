@@ -15,6 +15,7 @@
 #include "page_output.h"
 #include "report_page.h"
 #include "result_json.h"
+#include "result_options.h"
 
 namespace app {
 namespace {
@@ -23,14 +24,13 @@ constexpr uint32_t kPresetCount = 11;
 constexpr uint32_t kNoReference = 0xFFFFFFFF;
 constexpr const char *kStates[] = {"FAIL", "pass", "not evaluated", "reference missing"};
 
-struct PresetsOptions {
+struct PresetsOptions : ResultOptions {
   std::vector<std::string> captures;  // P4=FILE
   CaptureOptions reading;
   double rate = 8e9;
   uint32_t run_min = 64, run_max = 64;
   std::pair<uint32_t, uint32_t> window = {57, 62};
   bool reduced_swing = false;
-  std::string json_path, report_path;
 };
 
 class PresetTable {
@@ -103,12 +103,11 @@ void CheckName(uint32_t preset, const VomoPreset &record, const std::string &pat
 }
 
 void MeasurePreset(uint32_t preset, const std::string &path, const PresetsOptions &options,
-                   PresetTable *table, Json *captures) {
+                   PresetTable *table, Json *captures, StageTimes &times) {
   VomoComplianceParams params = {};
   params.dTargetUI = 1 / options.rate;
   CaptureOptions reading = options.reading;
   reading.paths = {path};
-  StageTimes times;
   const std::vector<Capture> capture = ReadCaptures(reading, params, times);
   const ProgressLine progress(fmt::format("measuring P{}", preset));
   VomoWaveform *waveforms[] = {capture[0].waveform()};
@@ -256,13 +255,15 @@ ExitCode RunPresets(const PresetsOptions &options) {
   PageOutput report(options.report_path);
   PresetTable table(options.reduced_swing);
   Json captures = Json::array();
+  StageTimes times;
   for (const auto &[preset, path] : paths) {
-    MeasurePreset(preset, path, options, &table, &captures);
+    MeasurePreset(preset, path, options, &table, &captures, times);
   }
   Vomo_CALCULATE_PRESET_RESULTS(kPresetCount, table.get());
   bool passed = true;
   for (const auto &[preset, path] : paths) passed = passed && table[preset].ulState != 0;
   if (!json_output.OnStandardOutput()) PrintPresets(table);
+  if (options.timing) fmt::print(stderr, "{}", times.Table());
   if (!json_output.wanted() && !report.wanted()) {
     return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
   }
@@ -297,9 +298,7 @@ void AddPresetsCommand(CLI::App &cli, ExitCode *exit_code) {
       ->capture_default_str();
   command->add_flag("--reduced-swing", options->reduced_swing,
                     "P10's limits are -11 to -8 dB instead of -8 to 1.5 dB");
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path, "write the result as an HTML page");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunPresets(*options); });
 }
 

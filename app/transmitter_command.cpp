@@ -17,17 +17,16 @@
 #include "page_output.h"
 #include "report_page.h"
 #include "result_json.h"
+#include "result_options.h"
 #include "result_rows.h"
 #include "settings_command.h"
 
 namespace app {
 namespace {
 
-struct TransmitterOptions {
+struct TransmitterOptions : ResultOptions {
   CaptureOptions captures;
   SettingsRequest settings;
-  std::string json_path, report_path;
-  bool timing = false;
 };
 
 // What was not found has no voltage.
@@ -191,10 +190,7 @@ void AddTransmitterCommand(CLI::App &cli, ExitCode *exit_code) {
   AddCaptureOptions(command, &options->captures);
   AddSettingsOptions(command, &options->settings);
   AddDumpOption(command, &options->settings);
-  command->add_option("--json", options->json_path,
-                      "write the whole result as JSON; - for the standard output, without a table");
-  command->add_option("--report", options->report_path, "write the result as an HTML page");
-  command->add_flag("--timing", options->timing, "tell seconds and samples a second of each stage");
+  AddResultOptions(command, options.get());
   command->callback([options, exit_code] { *exit_code = RunTransmitter(*options); });
 }
 
