@@ -78,6 +78,7 @@ ExitCode RunMeasure(const MeasureOptions &options) {
   JitterSequence jitter;
   Measure(input, params, &record.results, &jitter, times);
 
+  if (UsesDfe(params)) record.KeepCurves();  // the decisions behind a DFE take another run
   const DecisionSignal decided(input, params, record.results, jitter, times);
   const Signal signal(decided.input());
   std::optional<EyeStep> eye;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "run_input.h"
+#include "run_records.h"
 #include "terminal.h"
 
 namespace CLI {
@@ -66,9 +67,15 @@ struct ResultsRecord {
   ResultsRecord(const ResultsRecord &) = delete;
   ResultsRecord &operator=(const ResultsRecord &) = delete;
 
+  // The curves are the library's until the next run; from here on they are this record's.
+  void KeepCurves() { OwnLists(kComplianceResultsType, &results, &curves_); }
+
   VomoPatternDDjResult pattern = {};
   VomoGen3Results gen3 = {};
   VomoComplianceResults results = {};
+
+ private:
+  RecordStorage curves_;
 };
 
 // The filtered jitter of a run, seconds, one value for each clock edge.

@@ -281,6 +281,23 @@ class Loader {
 
 }  // namespace
 
+void OwnLists(const RecordType &type, void *record, RecordStorage *storage) {
+  auto *bytes = static_cast<std::byte *>(record);
+  for (const Field &field : type.fields) {
+    std::byte *at = bytes + field.offset;
+    if (field.shape == FieldShape::kOne && field.type == FieldType::kRecord) {
+      OwnLists(*field.record, at, storage);
+    }
+    const auto *list = field.shape == FieldShape::kPointed ? Load<const std::byte *>(at) : nullptr;
+    if (list == nullptr) continue;
+    const size_t count = Load<uint32_t>(bytes + field.count_offset) + size_t{field.count_excess};
+    const size_t size = count * ElementSize(field);
+    void *copy = storage->Allocate(size);
+    std::memcpy(copy, list, size);
+    Store<void *>(at, copy);
+  }
+}
+
 Json NumberOrNull(double value) {
   return std::isfinite(value) ? Json(value) : Json(nullptr);
 }

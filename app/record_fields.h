@@ -154,6 +154,10 @@ Json RecordUnits(const RecordType &type);
 void JsonToRecord(const RecordType &type, const Json &json, const std::string &path, void *record,
                   RecordStorage *storage);
 
+// Copies the lists that the record leads to into the storage, so that it outlives their owner. What
+// an optional record leads to stays where it is.
+void OwnLists(const RecordType &type, void *record, RecordStorage *storage);
+
 // A finite double, or null.
 Json NumberOrNull(double value);
 

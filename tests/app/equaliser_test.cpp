@@ -65,8 +65,9 @@ class Equaliser : public Program {
     std::vector<std::string> arguments = {"measure", "--rate", "8e9", "--json", "-"};
     arguments.insert(arguments.begin() + 1, more.begin(), more.end());
     const Outcome outcome = Run(arguments);
-    EXPECT_LE(outcome.exit_code, 1) << outcome.err;  // measured, whatever the limits say
-    return Json::parse(outcome.out);
+    EXPECT_LE(outcome.exit_code, 1);  // measured, whatever the limits say
+    EXPECT_NE(outcome.out, "") << outcome.err;
+    return Json::parse(outcome.out, nullptr, /*allow_exceptions=*/false);
   }
 };
 
@@ -95,7 +96,7 @@ TEST_F(Equaliser, OpensTheEyeThatAChannelHasClosed) {
   ASSERT_EQ(ctle["settings"].size(), 4u);  // and the signal as it is
   EXPECT_EQ(ctle["settings"][0]["competes"], false);
   EXPECT_EQ(ctle["settings"][2]["fAdc"], 0.7);
-  for (const int other : {0, 1, 2}) {
+  for (size_t other = 0; other < 3; ++other) {
     EXPECT_LT(ctle["settings"][other]["score"], ctle["settings"][3]["score"]) << other;
   }
   // The width is the unit interval less the spread of the intervals, of which the channel's own is
@@ -132,8 +133,8 @@ TEST_F(Equaliser, TheChosenSettingHasTheBestScore) {
       }
       const Json ctle = Measured(arguments)["equalisers"]["ctle"];
       EXPECT_EQ(ctle["behind_dfe"], behind_dfe);
-      int best = 1;
-      for (int k = 2; k <= 12; ++k) {
+      size_t best = 1;
+      for (size_t k = 2; k <= 12; ++k) {
         if (ctle["settings"][k]["score"] > ctle["settings"][best]["score"]) best = k;
       }
       EXPECT_EQ(ctle["chosen"], best) << criterion << behind_dfe;
