@@ -11,11 +11,9 @@ constexpr double kMostPlaces = 1 << 20;
 
 }  // namespace
 
-AveragePattern AverageOverRepeats(const std::vector<Capture> &captures, double from_s,
+AveragePattern AverageOverRepeats(const VomoWaveform &waveform, double from_s,
                                   double unit_interval_s, uint32_t length_ui) {
   AveragePattern average;
-  const VomoWaveform &waveform = *captures[0].waveform();
-  const float *other = captures.size() > 1 ? captures[1].waveform()->pfSamples : nullptr;
   const double samples_per_ui = unit_interval_s / waveform.dSampleInterval;
   const double period = samples_per_ui * length_ui;
   if (!(period >= 1) || !(samples_per_ui > 0) || !(from_s >= 0)) return average;
@@ -35,8 +33,7 @@ AveragePattern AverageOverRepeats(const std::vector<Capture> &captures, double f
     const double repeats = (static_cast<double>(i) - begin) / period;
     const double into = (repeats - std::floor(repeats)) * period * to_place;
     const size_t place = std::min(static_cast<size_t>(into), places - 1);
-    average.volts[place] +=
-        other == nullptr ? waveform.pfSamples[i] : waveform.pfSamples[i] - other[i];
+    average.volts[place] += waveform.pfSamples[i];
     ++counts[place];
   }
   for (size_t k = 0; k < places; ++k) average.volts[k] /= static_cast<double>(counts[k]);

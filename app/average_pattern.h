@@ -2,10 +2,10 @@
 #ifndef VOMO_APP_AVERAGE_PATTERN_H
 #define VOMO_APP_AVERAGE_PATTERN_H
 
+#include <vomo.h>
+
 #include <cstdint>
 #include <vector>
-
-#include "capture_reader.h"
 
 namespace app {
 
@@ -15,10 +15,9 @@ struct AveragePattern {
   uint64_t repeats = 0;       // whole ones that went into it
 };
 
-// Folds the signal (of a pair, the difference) from a time on, seconds from sample 0, at the
-// pattern's length on the mean clock: slow jitter smears the edges of the mean. No repeats for
-// numbers that make none.
-AveragePattern AverageOverRepeats(const std::vector<Capture> &captures, double from_s,
+// Folds the signal from a time on, seconds from sample 0, at the pattern's length on the mean
+// clock: slow jitter smears the edges of the mean. No repeats for numbers that make none.
+AveragePattern AverageOverRepeats(const VomoWaveform &waveform, double from_s,
                                   double unit_interval_s, uint32_t length_ui);
 
 }  // namespace app

@@ -1,10 +1,8 @@
 // vomo tx: a transmitter's compliance pattern, its voltages and the jitter that belongs to it.
 #include <fmt/format.h>
-#include <unistd.h>
 #include <vomo.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 
@@ -15,6 +13,7 @@
 #include "measure_report.h"
 #include "measurement.h"
 #include "page_output.h"
+#include "recovered_clock.h"
 #include "report_page.h"
 #include "result_json.h"
 #include "result_options.h"
@@ -122,8 +121,9 @@ std::string Report(const std::vector<Capture> &captures, const std::vector<Resul
   report::Page page(fmt::format("vomo tx: {}", NameOf(captures[0])));
   AddResults(page, rows, outcome.params.dTargetUI);
   const VomoGen3Results &gen3 = *outcome.results.psGen3Results;
+  const Signal signal(captures);
   const AveragePattern average =
-      AverageOverRepeats(captures, outcome.results.dFirstCrossoverTime,
+      AverageOverRepeats(signal.waveform(), outcome.results.dFirstCrossoverTime,
                          outcome.results.dUnitInterval, gen3.ulPatternLengthUI);
   report::Chart chart;
   chart.id = "pattern";
