@@ -80,9 +80,7 @@ ExitCode RunEye(const EyeOptions &options) {
   std::erase_if(rows, [](const ResultRow &row) { return !row.of_eye; });
   fmt::print("{}", FormatRows(rows, params.dTargetUI, WantsColour(STDOUT_FILENO)));
   if (options.timing) fmt::print(stderr, "{}", times.Table());
-  const bool passed =
-      std::all_of(rows.begin(), rows.end(), [](const ResultRow &row) { return row.passed(); });
-  return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
+  return AllPassed(rows) ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
 }
 
 }  // namespace

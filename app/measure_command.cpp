@@ -108,9 +108,7 @@ ExitCode RunMeasure(const MeasureOptions &options) {
     });
   }
   if (options.timing) fmt::print(stderr, "{}", times.Table());
-  const bool passed =
-      std::all_of(rows.begin(), rows.end(), [](const ResultRow &row) { return row.passed(); });
-  return passed ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
+  return AllPassed(rows) ? ExitCode::kWithinLimits : ExitCode::kLimitFailed;
 }
 
 }  // namespace

@@ -244,6 +244,10 @@ std::string LimitText(const ResultRow &row) {
   return (row.limit_is_least ? ">= " : "") + Engineering(*row.limit, row.unit, row.digits);
 }
 
+bool AllPassed(const std::vector<ResultRow> &rows) {
+  return std::all_of(rows.begin(), rows.end(), [](const ResultRow &row) { return row.passed(); });
+}
+
 std::vector<ResultRow> ResultRows(const RunOutcome &outcome) {
   std::vector<ResultRow> rows;
   for (const RowDefinition &definition : kRows) {

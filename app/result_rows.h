@@ -38,6 +38,7 @@ struct ResultRow {
 };
 
 std::vector<ResultRow> ResultRows(const RunOutcome &outcome);
+bool AllPassed(const std::vector<ResultRow> &rows);
 
 // The limit of a row as readers see it; empty without one.
 std::string LimitText(const ResultRow &row);
